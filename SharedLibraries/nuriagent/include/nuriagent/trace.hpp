@@ -1,0 +1,70 @@
+#pragma once
+
+/// @file
+/// The agent's trace facility: one line of text per record, written to one stream.
+///
+/// Use it for diagnostics that a developer switches on. It is not for messages to an operator.
+///
+/// @code{.cpp}
+/// {
+///     csl::NuriTrace trace(1);
+///     trace.Message("store.cpp", "open", 42).text += "store opened";
+/// } // writes "[1] store.cpp(42): open: store opened" to std::clog
+/// @endcode
+///
+/// Thread safety: a trace object is used by one thread; objects on different threads may write at the
+/// same time as far as the stream allows it (`std::clog` does).
+
+#include <nuriagent/export.hpp>
+
+#include <iosfwd>
+#include <string>
+
+namespace nuritrace {
+
+/// Whether memory operations are traced. Set it before the threads start that read it.
+extern NURIAGENT_API bool tMEMORY;
+
+} // namespace nuritrace
+
+namespace csl {
+
+/// Sets the stream that trace records go to and returns the one set before; null discards the
+/// records. The first stream is `std::clog`. The stream must outlive its use here.
+NURIAGENT_API std::ostream* set_trace_stream(std::ostream* stream) noexcept;
+
+/// Gathers one trace record and writes it when it goes out of scope.
+class NURIAGENT_API NuriTrace {
+public:
+    /// What is written after the place of a record. Append to `text`; control characters in it are
+    /// written as escapes ("\n", "\x1b"), so that a record stays one line.
+    struct Record {
+        std::string text;
+    };
+
+    /// @param level importance of the record, 1 is the highest; it is written in front of the record.
+    explicit NuriTrace(int level) noexcept;
+
+    /// Writes the record, if `Message` was called. Never throws; a record that cannot be written is
+    /// lost.
+    ~NuriTrace();
+
+    NuriTrace(const NuriTrace&) = delete;
+    NuriTrace& operator=(const NuriTrace&) = delete;
+
+    /// Starts the record of a place in the program. A record started before is written first.
+    ///
+    /// @return the record, valid until the next call and the end of this object.
+    /// @throws std::bad_alloc
+    Record& Message(const char* file, const char* function, unsigned int line);
+
+private:
+    void write() noexcept;
+
+    int level_;
+    bool pending_ = false;
+    std::string line_; // the line up to the text
+    Record record_;
+};
+
+} // namespace csl

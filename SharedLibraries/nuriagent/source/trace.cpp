@@ -1,0 +1,69 @@
+#include <nuriagent/trace.hpp>
+
+#include <atomic>
+#include <iostream>
+
+namespace nuritrace {
+
+bool tMEMORY = false;
+
+} // namespace nuritrace
+
+namespace csl {
+
+namespace {
+
+std::atomic<std::ostream*> trace_stream{&std::clog};
+
+// Appends `text` with its control characters as escapes.
+void append_as_one_line(std::string& line, const std::string& text) {
+    static const char digits[] = "0123456789abcdef";
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            line += "\\n";
+        } else if (byte < 0x20 || byte == 0x7f) {
+            line += "\\x";
+            line += digits[byte >> 4];
+            line += digits[byte & 15];
+        } else {
+            line += c;
+        }
+    }
+}
+
+} // namespace
+
+std::ostream* set_trace_stream(std::ostream* stream) noexcept { return trace_stream.exchange(stream); }
+
+NuriTrace::NuriTrace(int level) noexcept : level_(level) {}
+
+NuriTrace::~NuriTrace() { write(); }
+
+NuriTrace::Record& NuriTrace::Message(const char* file, const char* function, unsigned int line) {
+    write();
+    line_ = '[' + std::to_string(level_) + "] ";
+    line_.append(file).append("(").append(std::to_string(line)).append("): ");
+    line_.append(function).append(": ");
+    record_.text.clear();
+    pending_ = true;
+    return record_;
+}
+
+void NuriTrace::write() noexcept {
+    if (!pending_) {
+        return;
+    }
+    pending_ = false;
+    try {
+        if (std::ostream* const stream = trace_stream.load()) {
+            append_as_one_line(line_, record_.text);
+            line_ += '\n';
+            // One call a line, so that lines of several threads do not mix.
+            stream->write(line_.data(), static_cast<std::streamsize>(line_.size())).flush();
+        }
+    } catch (...) { // a lost trace line must not end the traced operation
+    }
+}
+
+} // namespace csl

@@ -1,0 +1,12 @@
+#pragma once
+
+/// @file
+/// The whole library in one include. Components that use a family or two include those headers.
+
+#include <nuriccl/buffer.hpp>
+#include <nuriccl/deque.hpp>
+#include <nuriccl/MultiBuffer.hpp>
+#include <nuriccl/signature.hpp>
+#include <nuriccl/string.hpp>
+#include <nuriccl/util.hpp>
+#include <nuriccl/Zlib.hpp>

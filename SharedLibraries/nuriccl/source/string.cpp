@@ -1,0 +1,378 @@
+#include <nuriccl/string.hpp>
+
+#include <algorithm>
+#include <cassert>
+#include <cctype>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <locale>
+#include <string_view>
+
+namespace nuriccl {
+namespace string {
+
+const char END_OF_STRING_CHAR = '\0';
+const char FORWARD_SLASH = '/';
+const char NEW_LINE = '\n';
+const char OPTION_END = '"';
+const char OPTION_BEGIN = '"';
+const char QUOTE_MARK = '"';
+const char KEY_VALUE_SEPARATOR = '=';
+const char LIST_SEPARATOR = ',';
+const char WHITE_SPACE = ' ';
+
+const std::string WHITESPACE = " \t\r\n";
+
+namespace {
+
+unsigned char to_byte(char c) { return static_cast<unsigned char>(c); }
+
+// C `toupper` of a byte, as a byte; the C library wants a non-negative value.
+char upper(char c) { return static_cast<char>(std::toupper(to_byte(c))); }
+
+const char* or_empty(const char* text) { return text != nullptr ? text : ""; }
+
+} // namespace
+
+// Cropping and trimming
+
+void crop_left(std::string& text, const std::string& set) { text.erase(0, text.find_first_not_of(set)); }
+
+void crop_right(std::string& text, const std::string& set) {
+    text.erase(text.find_last_not_of(set) + 1); // npos + 1 is 0: nothing but set characters
+}
+
+void crop_both(std::string& text, const std::string& set) {
+    crop_left(text, set);
+    crop_right(text, set);
+}
+
+std::string trim_left(const std::string& text, const std::string& set) {
+    return text.substr(std::min(text.find_first_not_of(set), text.size()));
+}
+
+std::string trim_right(const std::string& text, const std::string& set) {
+    return text.substr(0, text.find_last_not_of(set) + 1);
+}
+
+std::string trim_both(const std::string& text, const std::string& set) {
+    const std::size_t first = std::min(text.find_first_not_of(set), text.size());
+    return text.substr(first, text.find_last_not_of(set) + 1 - first);
+}
+
+// Search and replace
+
+bool replace(std::string& text, const std::string& from, const std::string& to) {
+    assert(!from.empty());
+    std::size_t found = from.empty() ? std::string::npos : text.find(from);
+    if (found == std::string::npos) {
+        return false;
+    }
+    // A fresh text keeps the work linear, and the arguments intact when they alias the text.
+    std::string result;
+    std::size_t copied = 0;
+    do {
+        result.append(text, copied, found - copied).append(to);
+        copied = found + from.size();
+        found = text.find(from, copied);
+    } while (found != std::string::npos);
+    result.append(text, copied, std::string::npos);
+    text = std::move(result);
+    return true;
+}
+
+void SpanIncluding(std::string& text, std::string set) {
+    text.erase(std::min(text.find_first_not_of(set), text.size()));
+}
+
+int ifind(const std::string& haystack, const std::string& needle) {
+    if (needle.empty()) {
+        return -1;
+    }
+    const std::locale locale;
+    const auto& type = std::use_facet<std::ctype<char>>(locale);
+    const auto found =
+        std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
+                    [&type](char a, char b) { return type.toupper(a) == type.toupper(b); });
+    const auto position = found - haystack.begin();
+    return found == haystack.end() || position > INT_MAX ? -1 : static_cast<int>(position);
+}
+
+// Comparison regardless of case
+
+namespace {
+
+int compare(std::string_view a, std::string_view b) {
+    const std::size_t common = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        if (a[i] != b[i]) {
+            const int difference = to_byte(upper(a[i])) - to_byte(upper(b[i]));
+            if (difference != 0) {
+                return difference;
+            }
+        }
+    }
+    return a.size() < b.size() ? -1 : a.size() > b.size();
+}
+
+} // namespace
+
+int icompare(const std::string& a, const std::string& b) { return compare(a, b); }
+
+int icompare(const char* a, const std::string& b) { return compare(or_empty(a), b); }
+
+int icompare(const std::string& a, const char* b) { return compare(a, or_empty(b)); }
+
+int icompare(const char* a, const char* b) { return compare(or_empty(a), or_empty(b)); }
+
+bool CaseInsensitiveCompare::operator()(const std::string& a, const std::string& b) const {
+    return compare(a, b) < 0;
+}
+
+void NormalizeNameCaseInsensitive(const std::string& source, std::string& destination) {
+    destination.resize(source.size());
+    std::transform(source.begin(), source.end(), destination.begin(), upper);
+}
+
+void NormalizeNameCaseInsensitive(std::string& text) noexcept {
+    std::transform(text.begin(), text.end(), text.begin(), upper);
+}
+
+// Bounded C strings
+
+char* strlcat(char* dst, const char* src, unsigned int size) {
+    const std::size_t length = strnlen(dst, size);
+    if (length < size) {
+        src = or_empty(src);
+        const std::size_t count = strnlen(src, size - 1 - length);
+        std::memmove(dst + length, src, count); // `src` may lie inside `dst`
+        dst[length + count] = '\0';
+    }
+    return dst;
+}
+
+char* strlcpy(char* dst, const char* src, unsigned int size) {
+    if (size == 0) {
+        return nullptr;
+    }
+    *dst = '\0';
+    return strlcat(dst, src, size);
+}
+
+// Formatting
+
+namespace {
+
+// Formats into `size` bytes at `place` and leaves the caller's list as it is.
+int format_copy(char* place, std::size_t size, const char* format, va_list& arguments) {
+    va_list copy;
+    va_copy(copy, arguments);
+    const int count = std::vsnprintf(place, size, format, copy);
+    va_end(copy);
+    return count;
+}
+
+} // namespace
+
+int sprintfSafe(std::string& out, const char* format, va_list& arguments) {
+    out.clear();
+    format = or_empty(format);
+    char buffer[1024];
+    int count = format_copy(buffer, sizeof buffer, format, arguments);
+    if (count < 0) {
+        return count;
+    }
+    if (static_cast<std::size_t>(count) < sizeof buffer) {
+        out = buffer;
+        return count;
+    }
+    // Not straight into `out`: the arguments may point into it.
+    std::string text(static_cast<std::size_t>(count), '\0');
+    count = format_copy(text.data(), text.size() + 1, format, arguments);
+    if (count >= 0) {
+        text.resize(std::strlen(text.c_str()));
+        out = std::move(text);
+    }
+    return count;
+}
+
+int sprintfSafe(std::string& out, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const int count = sprintfSafe(out, format, arguments);
+    va_end(arguments);
+    return count;
+}
+
+std::string format_string(const char* format, ...) {
+    std::string text;
+    va_list arguments;
+    va_start(arguments, format);
+    sprintfSafe(text, format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+// XML escaping
+
+namespace {
+
+// What stands for a character in XML text, empty where the character stays as it is.
+template <class Char>
+std::string_view xml_entity(Char c) {
+    switch (c) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    default:
+        return {};
+    }
+}
+
+// Replaces each character that `expansion` gives a text for. The text grows once and is filled from
+// its end, so that every character moves once and nothing else is allocated.
+template <class Char, class Expansion>
+void expand(std::basic_string<Char>& text, Expansion expansion) {
+    std::size_t growth = 0;
+    for (const Char c : text) {
+        if (const std::string_view replacement = expansion(c); !replacement.empty()) {
+            growth += replacement.size() - 1;
+        }
+    }
+    std::size_t from = text.size();
+    std::size_t to = from + growth;
+    text.resize(to);
+    while (from != to) { // equal as soon as no character further left expands
+        const Char c = text[--from];
+        const std::string_view replacement = expansion(c);
+        if (replacement.empty()) {
+            text[--to] = c;
+        } else {
+            to -= replacement.size();
+            std::copy(replacement.begin(), replacement.end(), text.begin() + static_cast<std::ptrdiff_t>(to));
+        }
+    }
+}
+
+// Undoes the three entities in one pass: an entity holds no second '&' and what it stands for starts no
+// entity that is undone later, so the order of the replacements cannot be told apart.
+template <class Char>
+void unescape(std::basic_string<Char>& text) {
+    const auto stands_at = [&text](std::size_t position, std::string_view entity) {
+        return text.size() - position >= entity.size() &&
+               std::equal(entity.begin(), entity.end(), text.begin() + static_cast<std::ptrdiff_t>(position));
+    };
+    std::size_t to = 0;
+    for (std::size_t from = 0; from < text.size(); ++to) {
+        Char c = text[from];
+        std::size_t length = 1;
+        if (c == '&') {
+            for (const char plain : {'&', '<', '>'}) {
+                const std::string_view entity = xml_entity(plain);
+                if (stands_at(from, entity)) {
+                    c = static_cast<Char>(plain);
+                    length = entity.size();
+                    break;
+                }
+            }
+        }
+        text[to] = c;
+        from += length;
+    }
+    text.resize(to);
+}
+
+} // namespace
+
+void xml_escape(std::string& text) { expand(text, xml_entity<char>); }
+
+void xml_escape(std::wstring& text) { expand(text, xml_entity<wchar_t>); }
+
+void xml_unescape(std::string& text) { unescape(text); }
+
+void xml_unescape(std::wstring& text) { unescape(text); }
+
+void utf8_to_xml(std::string& text) {
+    char reference[] = "&#x00;";
+    expand(text, [&reference](char c) -> std::string_view {
+        const unsigned char byte = to_byte(c);
+        const bool control = (byte >= 0x01 && byte <= 0x1f) || (byte >= 0x7f && byte <= 0x9f);
+        if (!control) {
+            return {};
+        }
+        reference[3] = "0123456789ABCDEF"[byte >> 4];
+        reference[4] = "0123456789ABCDEF"[byte & 15];
+        return reference;
+    });
+}
+
+std::string utf8_to_xml(const std::string& text) {
+    std::string result = text;
+    utf8_to_xml(result);
+    return result;
+}
+
+// Hex dump
+
+namespace {
+
+constexpr char HEX_DIGITS[] = "0123456789abcdef";
+constexpr unsigned int DUMP_WIDTH = 16;
+constexpr std::size_t DUMP_HEX_WIDTH = 2 * DUMP_WIDTH;
+
+// The part of a line behind its offset; `count` bytes, 1 to DUMP_WIDTH, are left to show.
+void append_dump_fields(std::string& out, const char* data, std::size_t count) {
+    char hex[DUMP_HEX_WIDTH];
+    char characters[DUMP_WIDTH];
+    std::fill(std::begin(hex), std::end(hex), ' ');
+    std::fill(std::begin(characters), std::end(characters), ' ');
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned char byte = to_byte(data[i]);
+        hex[2 * i] = HEX_DIGITS[byte >> 4];
+        hex[2 * i + 1] = HEX_DIGITS[byte & 15];
+        const bool shown = std::isalnum(byte) != 0 || std::ispunct(byte) != 0 || byte == ' ';
+        characters[i] = shown ? data[i] : '.';
+    }
+    out.append("  ").append(hex, sizeof hex);
+    out.append(" ** ").append(characters, sizeof characters).append(" **\n");
+}
+
+// An offset in hexadecimal, at least four digits.
+void append_dump_offset(std::string& out, unsigned int offset) {
+    int shift = 12;
+    while (shift < 28 && (offset >> shift) > 15) {
+        shift += 4;
+    }
+    for (; shift >= 0; shift -= 4) {
+        out += HEX_DIGITS[(offset >> shift) & 15];
+    }
+}
+
+} // namespace
+
+bool hex_dump(std::string& out, const char* data, int length, const char* title, const char* prefix) {
+    std::string dump; // the title, the prefix and the data may lie inside `out`
+    if (title != nullptr) {
+        dump.append(title).append(1, NEW_LINE);
+    }
+    if (data != nullptr && length > 0) {
+        const auto size = static_cast<unsigned int>(length);
+        for (unsigned int offset = 0; offset < size; offset += DUMP_WIDTH) {
+            if (prefix != nullptr) {
+                dump.append(prefix).append(1, WHITE_SPACE);
+            }
+            append_dump_offset(dump, offset);
+            append_dump_fields(dump, data + offset, std::min<std::size_t>(DUMP_WIDTH, size - offset));
+        }
+    }
+    out = std::move(dump);
+    return true;
+}
+
+} // namespace string
+} // namespace nuriccl

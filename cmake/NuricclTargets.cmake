@@ -1,0 +1,40 @@
+# Settings that every target of this tree shares.
+
+set(NURICCL_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+
+# Language level, warnings and sanitizers for one target.
+function(nuriccl_configure_target target)
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    target_compile_options(${target} PRIVATE ${NURICCL_WARNINGS} $<$<BOOL:${NURICCL_WERROR}>:-Werror>)
+    # A 32-bit off_t or time_t would make lstat fail on files beyond 2 GiB, 64-bit inode numbers and
+    # time stamps after 2038.
+    target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+    if(NURICCL_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${NURICCL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=${NURICCL_SANITIZE})
+    endif()
+endfunction()
+
+# A shared library of this tree: soname, hidden visibility, and an export list that keeps what the
+# standard library's templates would leak out of the dynamic symbol table.
+function(nuriccl_configure_library target)
+    nuriccl_configure_target(${target})
+    set_target_properties(${target} PROPERTIES
+        SOVERSION ${NURICCL_SOVERSION}
+        CXX_VISIBILITY_PRESET hidden
+        POSITION_INDEPENDENT_CODE ON
+        INSTALL_RPATH "$ORIGIN")
+    # Calls inside the library go straight to its own functions.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    set(map ${CMAKE_CURRENT_SOURCE_DIR}/${target}.map)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${map})
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${map})
+    if(NOT NURICCL_SANITIZE)
+        target_link_options(${target} PRIVATE LINKER:-z,defs)
+    endif()
+    target_include_directories(${target} PUBLIC
+        $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
+        $<INSTALL_INTERFACE:include>)
+endfunction()
