@@ -25,8 +25,8 @@ void store_big_endian(unsigned char* bytes, std::uint32_t value) {
     bytes[3] = static_cast<unsigned char>(value);
 }
 
-// The working variables a to e of FIPS 180-4, section 6.1.2, in a form whose steps rotate the names of
-// the variables instead of their values.
+// The working variables a to e of FIPS 180-4, section 6.1.2, in a form whose steps rotate the names
+// of the variables instead of their values.
 struct Rounds {
     std::uint32_t a, b, c, d, e;
 
@@ -43,8 +43,8 @@ struct Rounds {
 // One word of the message schedule, which is kept as a ring of the 16 latest words.
 std::uint32_t expand(std::uint32_t (&schedule)[16], unsigned int t) {
     std::uint32_t& word = schedule[t & 15];
-    word = rotate_left(schedule[(t + 13) & 15] ^ schedule[(t + 8) & 15] ^ schedule[(t + 2) & 15] ^ word,
-                       1);
+    word = rotate_left(
+        schedule[(t + 13) & 15] ^ schedule[(t + 8) & 15] ^ schedule[(t + 2) & 15] ^ word, 1);
     return word;
 }
 

@@ -34,7 +34,9 @@ void append_as_one_line(std::string& line, const std::string& text) {
 
 } // namespace
 
-std::ostream* set_trace_stream(std::ostream* stream) noexcept { return trace_stream.exchange(stream); }
+std::ostream* set_trace_stream(std::ostream* stream) noexcept {
+    return trace_stream.exchange(stream);
+}
 
 NuriTrace::NuriTrace(int level) noexcept : level_(level) {}
 

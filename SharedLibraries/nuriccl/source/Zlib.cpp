@@ -50,10 +50,13 @@ bool Zlib::Deflate(Bytes output, Bytes input, int level) {
     if (!output || !input) {
         return false;
     }
-    return deflate(*output, *input, level < 0 || level > Z_BEST_COMPRESSION ? Z_DEFAULT_COMPRESSION : level);
+    return deflate(*output, *input,
+                   level < 0 || level > Z_BEST_COMPRESSION ? Z_DEFAULT_COMPRESSION : level);
 }
 
-bool Zlib::Deflate(Bytes output, Bytes input) { return Deflate(output, input, Z_DEFAULT_COMPRESSION); }
+bool Zlib::Deflate(Bytes output, Bytes input) {
+    return Deflate(output, input, Z_DEFAULT_COMPRESSION);
+}
 
 bool Zlib::Deflate(std::string& output, const std::string& input) {
     return !input.empty() && deflate(output, input, Z_DEFAULT_COMPRESSION);
@@ -77,7 +80,7 @@ bool Zlib::Inflate(std::string& output, unsigned int size, const std::string& in
     if (&output == &input) {
         return Inflate(output, size, std::string(input));
     }
-    output.assign(size, '\0');
+    output.resize(size);
     uLongf length = 0;
     if (!inflate(output, input, length)) {
         return false;

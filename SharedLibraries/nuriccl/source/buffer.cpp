@@ -29,7 +29,7 @@ class Buffer::ControlBlock : private Deleter, public Buffer::ControlBlockBase {
 public:
     using ControlBlockBase::ControlBlockBase;
 
-    unsigned int Release() noexcept override {
+    unsigned int Release() override {
         const unsigned int left = count_.fetch_sub(1) - 1;
         if (left == 0) {
             Deleter::operator()(block_);
@@ -68,8 +68,8 @@ Buffer::Buffer(unsigned int size) : Buffer() {
     void* const block = ::operator new(space);
     void* start = block;
     if (std::align(alignof(EmbeddedControlBlock), UNIT, start, space) == nullptr) {
-        throw std::logic_error(
-            "Unable to set aside storage for the buffer's control block; the memory block is too small.");
+        throw std::logic_error("Unable to set aside storage for the buffer's control block; the "
+                               "memory block is too small.");
     }
     // The last whole unit behind the data.
     auto* const place = static_cast<unsigned char*>(start) + (space / UNIT - 1) * UNIT;
@@ -97,8 +97,8 @@ Buffer::Buffer(const Buffer& other) : Buffer() {
 
 Buffer::Buffer(Buffer&& other) noexcept
     : control_(std::exchange(other.control_, nullptr)), data_(std::exchange(other.data_, nullptr)),
-      data_length_(std::exchange(other.data_length_, 0)), capacity_(std::exchange(other.capacity_, 0)),
-      update_depth_(0) {}
+      data_length_(std::exchange(other.data_length_, 0)),
+      capacity_(std::exchange(other.capacity_, 0)), update_depth_(0) {}
 
 Buffer& Buffer::operator=(const Buffer& other) { return *this = Buffer(other); }
 
@@ -141,7 +141,8 @@ bool Buffer::empty() const noexcept { return data_length_ == 0; }
 
 void Buffer::data_length(unsigned int length) {
     if (update_depth_ == 0) {
-        throw std::logic_error("No update operation is in progres on the buffer."); // spelling is fixed
+        throw std::logic_error(
+            "No update operation is in progres on the buffer."); // spelling is fixed
     }
     if (length > capacity_) {
         throw std::range_error("The buffer cannot contain more data than its capacity.");

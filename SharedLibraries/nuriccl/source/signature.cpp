@@ -102,7 +102,7 @@ void Signature::free_binary(unsigned char* binary) { delete[] binary; }
 
 void Signature::free_binary(unsigned char** binary) {
     if (binary != nullptr) {
-        delete[] *binary;
+        delete[] * binary;
         *binary = nullptr;
     }
 }
@@ -172,9 +172,13 @@ std::string Signature::of(SignableObject* object) {
 
 std::string Signature::of(SignableObject& object) { return of(&object); }
 
-std::string Signature::of(const char* data, unsigned int length) { return string_of(hash(data, length)); }
+std::string Signature::of(const char* data, unsigned int length) {
+    return string_of(hash(data, length));
+}
 
-std::string Signature::of(const std::string& text) { return string_of(hash(text.data(), text.size())); }
+std::string Signature::of(const std::string& text) {
+    return string_of(hash(text.data(), text.size()));
+}
 
 std::string Signature::of(const wchar_t* text, unsigned int count) {
     return string_of(hash(text, std::size_t{count} * sizeof(wchar_t)));

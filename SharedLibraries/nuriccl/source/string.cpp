@@ -38,7 +38,9 @@ const char* or_empty(const char* text) { return text != nullptr ? text : ""; }
 
 // Cropping and trimming
 
-void crop_left(std::string& text, const std::string& set) { text.erase(0, text.find_first_not_of(set)); }
+void crop_left(std::string& text, const std::string& set) {
+    text.erase(0, text.find_first_not_of(set));
+}
 
 void crop_right(std::string& text, const std::string& set) {
     text.erase(text.find_last_not_of(set) + 1); // npos + 1 is 0: nothing but set characters
@@ -254,18 +256,20 @@ void expand(std::basic_string<Char>& text, Expansion expansion) {
             text[--to] = c;
         } else {
             to -= replacement.size();
-            std::copy(replacement.begin(), replacement.end(), text.begin() + static_cast<std::ptrdiff_t>(to));
+            std::copy(replacement.begin(), replacement.end(),
+                      text.begin() + static_cast<std::ptrdiff_t>(to));
         }
     }
 }
 
-// Undoes the three entities in one pass: an entity holds no second '&' and what it stands for starts no
-// entity that is undone later, so the order of the replacements cannot be told apart.
+// Undoes the three entities in one pass: an entity holds no second '&' and what it stands for
+// starts no entity that is undone later, so the order of the replacements cannot be told apart.
 template <class Char>
 void unescape(std::basic_string<Char>& text) {
     const auto stands_at = [&text](std::size_t position, std::string_view entity) {
         return text.size() - position >= entity.size() &&
-               std::equal(entity.begin(), entity.end(), text.begin() + static_cast<std::ptrdiff_t>(position));
+               std::equal(entity.begin(), entity.end(),
+                          text.begin() + static_cast<std::ptrdiff_t>(position));
     };
     std::size_t to = 0;
     for (std::size_t from = 0; from < text.size(); ++to) {
@@ -355,7 +359,8 @@ void append_dump_offset(std::string& out, unsigned int offset) {
 
 } // namespace
 
-bool hex_dump(std::string& out, const char* data, int length, const char* title, const char* prefix) {
+bool hex_dump(std::string& out, const char* data, int length, const char* title,
+              const char* prefix) {
     std::string dump; // the title, the prefix and the data may lie inside `out`
     if (title != nullptr) {
         dump.append(title).append(1, NEW_LINE);
@@ -367,7 +372,8 @@ bool hex_dump(std::string& out, const char* data, int length, const char* title,
                 dump.append(prefix).append(1, WHITE_SPACE);
             }
             append_dump_offset(dump, offset);
-            append_dump_fields(dump, data + offset, std::min<std::size_t>(DUMP_WIDTH, size - offset));
+            append_dump_fields(dump, data + offset,
+                               std::min<std::size_t>(DUMP_WIDTH, size - offset));
         }
     }
     out = std::move(dump);

@@ -55,26 +55,33 @@ std::string to_str(const isotime& time) {
     }
     const int zone = time.zone_offset;
     const int distance = zone < 0 ? -zone : zone;
-    return string::format_string("%04d-%02d-%02dT%02d:%02d:%02d.%02d%c%02d:%02d", time.year, time.month,
-                                 time.day, time.hour, time.minute, time.second, time.hundredths,
-                                 zone < 0 ? '-' : '+', distance / 60, distance % 60);
+    return string::format_string("%04d-%02d-%02dT%02d:%02d:%02d.%02d%c%02d:%02d", time.year,
+                                 time.month, time.day, time.hour, time.minute, time.second,
+                                 time.hundredths, zone < 0 ? '-' : '+', distance / 60,
+                                 distance % 60);
 }
 
 std::string to_str(const isotime& time, Manipulator) { return to_str(time); }
 
-std::string to_str(int value, Manipulator manipulator) { return integer_to_str(value, manipulator); }
+std::string to_str(int value, Manipulator manipulator) {
+    return integer_to_str(value, manipulator);
+}
 
 std::string to_str(unsigned int value, Manipulator manipulator) {
     return integer_to_str(value, manipulator);
 }
 
-std::string to_str(long value, Manipulator manipulator) { return integer_to_str(value, manipulator); }
+std::string to_str(long value, Manipulator manipulator) {
+    return integer_to_str(value, manipulator);
+}
 
 std::string to_str(unsigned long value, Manipulator manipulator) {
     return integer_to_str(value, manipulator);
 }
 
-std::string to_str(long long value, Manipulator manipulator) { return integer_to_str(value, manipulator); }
+std::string to_str(long long value, Manipulator manipulator) {
+    return integer_to_str(value, manipulator);
+}
 
 std::string to_str(unsigned long long value, Manipulator manipulator) {
     return integer_to_str(value, manipulator);
@@ -164,7 +171,8 @@ bool fromStr<isotime>(isotime& out, const std::string& text, Manipulator) {
 }
 
 template <>
-bool fromStr<unsigned short>(unsigned short& out, const std::string& text, Manipulator manipulator) {
+bool fromStr<unsigned short>(unsigned short& out, const std::string& text,
+                             Manipulator manipulator) {
     return parse(out, text, manipulator);
 }
 

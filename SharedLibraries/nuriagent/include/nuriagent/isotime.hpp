@@ -14,20 +14,21 @@
 ///
 /// A record is valid when every field is inside the range given beside it and the zone rule holds:
 /// `zone_flag` is 1, or both `zone_flag` and `zone_offset` are 0. The day is not held against the
-/// length of the month. A value-initialised record (`isotime{}`) is invalid and stands for "no time".
+/// length of the month. A value-initialised record (`isotime{}`) is invalid and stands for "no
+/// time".
 struct isotime {
-    std::int16_t zone_offset : 12;   ///< minutes from UTC, positive to the east
-    std::uint16_t zone_flag : 4;     ///< 1: `zone_offset` is known; 0: it is not, and must be 0
-    std::uint16_t year;              ///< 1 to 9999
-    std::uint8_t month;              ///< 1 to 12
-    std::uint8_t day;                ///< 1 to 31
-    std::uint8_t hour;               ///< 0 to 23
-    std::uint8_t minute;             ///< 0 to 59
-    std::uint8_t second;             ///< 0 to 59
-    std::uint8_t hundredths;         ///< 1/100 s, 0 to 99
-    std::uint8_t ten_thousandths;    ///< 1/10,000 s within the hundredth, 0 to 99
-    std::uint8_t millionths;         ///< 1/1,000,000 s within the ten-thousandth, 0 to 99
-    std::uint32_t reserved;          ///< 0
+    std::int16_t zone_offset : 12; ///< minutes from UTC, positive to the east
+    std::uint16_t zone_flag : 4;   ///< 1: `zone_offset` is known; 0: it is not, and must be 0
+    std::uint16_t year;            ///< 1 to 9999
+    std::uint8_t month;            ///< 1 to 12
+    std::uint8_t day;              ///< 1 to 31
+    std::uint8_t hour;             ///< 0 to 23
+    std::uint8_t minute;           ///< 0 to 59
+    std::uint8_t second;           ///< 0 to 59
+    std::uint8_t hundredths;       ///< 1/100 s, 0 to 99
+    std::uint8_t ten_thousandths;  ///< 1/10,000 s within the hundredth, 0 to 99
+    std::uint8_t millionths;       ///< 1/1,000,000 s within the ten-thousandth, 0 to 99
+    std::uint32_t reserved;        ///< 0
 };
 
 static_assert(sizeof(isotime) == 16, "isotime is exchanged between components as 16 bytes");

@@ -15,7 +15,8 @@
 
 namespace safe {
 
-/// Copies `count` bytes from `source` to `destination`, which has room for `destination_size` bytes.
+/// Copies `count` bytes from `source` to `destination`, which has room for `destination_size`
+/// bytes.
 ///
 /// The two ranges must not overlap. With a count of 0 neither pointer is looked at, so both may be
 /// null.

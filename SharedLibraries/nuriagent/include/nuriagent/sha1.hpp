@@ -3,13 +3,13 @@
 /// @file
 /// Streaming SHA-1 (FIPS 180-4).
 ///
-/// Use it to recognise equal content. It is not for passwords, and it does not withstand somebody who
-/// makes two inputs with one digest on purpose.
+/// Use it to recognise equal content. It is not for passwords, and it does not withstand somebody
+/// who makes two inputs with one digest on purpose.
 ///
 /// Order of calls: `sha1_begin`, `sha1_hash` any number of times, `sha1_end`.
 ///
-/// Thread safety: distinct contexts may be used on different threads; one context by one thread at a
-/// time.
+/// Thread safety: distinct contexts may be used on different threads; one context by one thread at
+/// a time.
 
 #include <nuriagent/export.hpp>
 
@@ -17,17 +17,17 @@
 
 /// The state of one digest in the making. Its members belong to the functions below.
 struct sha1_context {
-    std::uint32_t state[5];      ///< the chaining value H
-    std::uint32_t length_low;    ///< low half of the number of bytes hashed so far
-    std::uint32_t length_high;   ///< high half of it
-    unsigned char block[64];     ///< the bytes, fewer than 64, that do not fill a block yet
+    std::uint32_t state[5];    ///< the chaining value H
+    std::uint32_t length_low;  ///< low half of the number of bytes hashed so far
+    std::uint32_t length_high; ///< high half of it
+    unsigned char block[64];   ///< the bytes, fewer than 64, that do not fill a block yet
 };
 
 /// Starts a digest: sets every member of `*context`, whatever it held.
 NURIAGENT_API void sha1_begin(sha1_context* context) noexcept;
 
-/// Adds `length` bytes to the digest. `data` may be null when `length` is 0. The limit of a message is
-/// 2^61 - 1 bytes.
+/// Adds `length` bytes to the digest. `data` may be null when `length` is 0. The limit of a message
+/// is 2^61 - 1 bytes.
 NURIAGENT_API void sha1_hash(const unsigned char* data, unsigned int length,
                              sha1_context* context) noexcept;
 

@@ -12,8 +12,8 @@
 /// } // writes "[1] store.cpp(42): open: store opened" to std::clog
 /// @endcode
 ///
-/// Thread safety: a trace object is used by one thread; objects on different threads may write at the
-/// same time as far as the stream allows it (`std::clog` does).
+/// Thread safety: a trace object is used by one thread; objects on different threads may write at
+/// the same time as far as the stream allows it (`std::clog` does).
 
 #include <nuriagent/export.hpp>
 
@@ -42,7 +42,8 @@ public:
         std::string text;
     };
 
-    /// @param level importance of the record, 1 is the highest; it is written in front of the record.
+    /// @param level importance of the record, 1 is the highest; it is written in front of the
+    ///         record.
     explicit NuriTrace(int level) noexcept;
 
     /// Writes the record, if `Message` was called. Never throws; a record that cannot be written is

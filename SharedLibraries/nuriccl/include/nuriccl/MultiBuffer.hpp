@@ -3,9 +3,10 @@
 /// @file
 /// An ordered sequence of Buffers that together form one stream of bytes.
 ///
-/// Use it for data that arrives or leaves in pieces: add pieces at either end, read the stream into flat
-/// memory (`copy`), consume it from the front (`coalesce`), or cut it in two (`split`). No byte is copied
-/// inside the sequence: pieces move as handles, and a cut piece becomes two segments of one block.
+/// Use it for data that arrives or leaves in pieces: add pieces at either end, read the stream into
+/// flat memory (`copy`), consume it from the front (`coalesce`), or cut it in two (`split`). No
+/// byte is copied inside the sequence: pieces move as handles, and a cut piece becomes two segments
+/// of one block.
 ///
 ///     [ a a a ][ b b b b ][ c c ]           three Buffers, a stream of 9 bytes
 ///
@@ -22,8 +23,8 @@
 /// assert(stream.data_length() == 2);
 /// @endcode
 ///
-/// Thread safety: thread-compatible; one MultiBuffer is used by one thread at a time. The Buffers in it
-/// may share their blocks with handles on other threads.
+/// Thread safety: thread-compatible; one MultiBuffer is used by one thread at a time. The Buffers
+/// in it may share their blocks with handles on other threads.
 
 #include <nuriccl/buffer.hpp>
 #include <nuriccl/deque.hpp>
@@ -63,9 +64,9 @@ public:
 
     void swap(MultiBuffer& other) noexcept;
 
-    /// @name Adding a Buffer at an end
-    /// Constant time, but for the growth of the ring (see `deque`). `buffer` may be one of this sequence.
-    /// Strong exception guarantee: the sequence and `buffer` are as they were.
+    /// @name Adding a Buffer at an end Constant time, but for the growth of the ring (see `deque`).
+    /// `buffer` may be one of this sequence. Strong exception guarantee: the sequence and `buffer`
+    /// are as they were.
     /// @throws std::bad_alloc
     /// @{
     void push_back(const Buffer& buffer);
@@ -112,16 +113,18 @@ public:
     /// @return the number of bytes copied
     unsigned int copy(void* destination, unsigned int size) const;
 
-    /// Moves the first bytes of the stream, `size` of them at most, to `destination` and removes them
-    /// from the sequence. A Buffer that is used up is removed, and so is an empty one that is met while
-    /// bytes are still wanted; one used in part is replaced by a segment of its rest.
+    /// Moves the first bytes of the stream, `size` of them at most, to `destination` and removes
+    /// them from the sequence. A Buffer that is used up is removed, and so is an empty one that is
+    /// met while bytes are still wanted; one used in part is replaced by a segment of its rest.
     ///
     /// @return the number of bytes moved
-    /// @throws std::bad_alloc only when a Buffer cut in two is in an update; that Buffer is whole then
+    /// @throws std::bad_alloc only when a Buffer cut in two is in an update; that Buffer is whole
+    ///         then
     unsigned int coalesce(void* destination, unsigned int size);
 
-    /// Removes the first `size` bytes from the stream, all of it when it is shorter, and returns them. Whole
-    /// Buffers move over, at most one is cut. Empty Buffers move along as long as bytes are still wanted.
+    /// Removes the first `size` bytes from the stream, all of it when it is shorter, and returns
+    /// them. Whole Buffers move over, at most one is cut. Empty Buffers move along as long as bytes
+    /// are still wanted.
     ///
     /// @throws std::bad_alloc; the Buffers that had moved over already are lost then
     MultiBuffer split(unsigned int size);

@@ -3,16 +3,16 @@
 /// @file
 /// A handle onto a shared, reference-counted block of bytes, with copy on write.
 ///
-/// Use Buffer to hand bytes from component to component: copies and segments of it share one block and
-/// cost one atomic addition. Use `MultiBuffer` for a stream that arrives in pieces, and a plain
+/// Use Buffer to hand bytes from component to component: copies and segments of it share one block
+/// and cost one atomic addition. Use `MultiBuffer` for a stream that arrives in pieces, and a plain
 /// `std::vector` for bytes that never leave their owner.
 ///
 ///     a ----------------+
 ///     b ----------------+--> [ bytes, capacity() of them | control block ]   one heap block
 ///     a.segment(2, 5) --+        ^^^^^ sees its range only
 ///
-/// The reader's calls are `data()` and `data_length()`. The writer opens an update, writes through the
-/// pointer that `begin_update()` returns, and closes the update with the number of valid bytes:
+/// The reader's calls are `data()` and `data_length()`. The writer opens an update, writes through
+/// the pointer that `begin_update()` returns, and closes the update with the number of valid bytes:
 ///
 /// @code{.cpp}
 /// nuriccl::Buffer buffer(4096);
@@ -23,8 +23,8 @@
 /// assert(copy.data() == buffer.data() && copy.data_length() == 5);
 /// @endcode
 ///
-/// While the block is shared, `begin_update()` first moves the handle to a block of its own, so a pointer
-/// taken before still shows the block of the others:
+/// While the block is shared, `begin_update()` first moves the handle to a block of its own, so a
+/// pointer taken before still shows the block of the others:
 ///
 ///     before a.begin_update():  a --+--> [ h e l l o ]      after:  a --> [ h e l l o ]
 ///                               b --+                               b --> [ h e l l o ]
@@ -32,9 +32,9 @@
 ///     bytes = const_cast<unsigned char*>(a.data()); // wrong: b sees what is written
 ///     bytes = a.begin_update();                     // right
 ///
-/// Thread safety: the reference count is atomic (sequentially consistent), so handles onto one block may
-/// be copied, used and destroyed on different threads. A single handle is thread-compatible: it is not
-/// synchronised, its update least of all.
+/// Thread safety: the reference count is atomic (sequentially consistent), so handles onto one
+/// block may be copied, used and destroyed on different threads. A single handle is
+/// thread-compatible: it is not synchronised, its update least of all.
 
 #include <nuriccl/export.hpp>
 
@@ -52,32 +52,35 @@ public:
     /// A Buffer without storage: no bytes, capacity 0, `data()` null.
     Buffer() noexcept;
 
-    /// Allocates one block for at least `size` bytes; `data_length()` is 0 and the bytes are not set.
+    /// Allocates one block for at least `size` bytes; `data_length()` is 0 and the bytes are not
+    /// set.
     ///
     /// `capacity()` is `size` rounded up to a multiple of the size of a control block
-    /// (`sizeof(ControlBlockBase)`). Block sizes are 32-bit and wrap: within two control blocks of 2^32
-    /// the result has capacity 0, or the block is too small to be used.
+    /// (`sizeof(ControlBlockBase)`). Block sizes are 32-bit and wrap: within two control blocks of
+    /// 2^32 the result has capacity 0, or the block is too small to be used.
     ///
     /// @throws std::bad_alloc
-    /// @throws std::logic_error when the wrapped block cannot hold its control block. These few bytes
+    /// @throws std::logic_error when the wrapped block cannot hold its control block. These few
+    ///         bytes
     ///         stay allocated.
     explicit Buffer(unsigned int size);
 
-    /// Shares the block of `other`. When `other` is in an update, takes a copy of its bytes in a block of
-    /// the same capacity instead. The new handle is not in an update.
+    /// Shares the block of `other`. When `other` is in an update, takes a copy of its bytes in a
+    /// block of the same capacity instead. The new handle is not in an update.
     ///
     /// @throws std::bad_alloc only when `other` is in an update
     Buffer(const Buffer& other);
 
-    /// Takes over the block of `other`, which is left without storage but keeps its update depth. The new
-    /// handle is not in an update.
+    /// Takes over the block of `other`, which is left without storage but keeps its update depth.
+    /// The new handle is not in an update.
     Buffer(Buffer&& other) noexcept;
 
     /// Replaces the contents by a copy as the copy constructor makes it; see the move assignment.
     Buffer& operator=(const Buffer& other);
 
-    /// Takes over the block of `other` and leaves it without storage. An update that is open on this
-    /// handle stays open; its replacement is written to the trace when `nuritrace::tMEMORY` is set.
+    /// Takes over the block of `other` and leaves it without storage. An update that is open on
+    /// this handle stays open; its replacement is written to the trace when `nuritrace::tMEMORY` is
+    /// set.
     ///
     /// @throws std::bad_alloc only while writing the trace; nothing has changed then
     Buffer& operator=(Buffer&& other);
@@ -88,7 +91,8 @@ public:
     /// Number of bytes that an update may write from `data()` on.
     unsigned int capacity() const noexcept;
 
-    /// The first byte; null without storage. Valid until the handle is assigned to, updated or destroyed.
+    /// The first byte; null without storage. Valid until the handle is assigned to, updated or
+    /// destroyed.
     const unsigned char* data() const noexcept;
 
     /// Number of valid bytes from `data()` on.
@@ -97,18 +101,20 @@ public:
     /// Sets the number of valid bytes within an update.
     ///
     /// @throws std::logic_error "No update operation is in progres on the buffer."
-    /// @throws std::range_error "The buffer cannot contain more data than its capacity."; the length
+    /// @throws std::range_error "The buffer cannot contain more data than its capacity."; the
+    ///         length
     ///         stays as it was
     void data_length(unsigned int length);
 
     /// Whether `data_length()` is 0; the capacity does not matter.
     bool empty() const noexcept;
 
-    /// Opens an update, or nests one in the update that is open, and makes the block this handle's own:
-    /// while it is shared, its bytes are copied into a new block of the same capacity and `data_length()`
-    /// reads 0 until it is set. The other handles keep the old block.
+    /// Opens an update, or nests one in the update that is open, and makes the block this handle's
+    /// own: while it is shared, its bytes are copied into a new block of the same capacity and
+    /// `data_length()` reads 0 until it is set. The other handles keep the old block.
     ///
-    /// @return the place of `capacity()` writable bytes; null without storage (the update is open then,
+    /// @return the place of `capacity()` writable bytes; null without storage (the update is open
+    ///         then,
     ///         too)
     /// @throws std::bad_alloc; the Buffer is as it was then, and not in the update
     unsigned char* begin_update();
@@ -116,14 +122,16 @@ public:
     /// Closes one level of update and sets the number of valid bytes.
     ///
     /// @throws std::logic_error "No update operation is in progress on the buffer."
-    /// @throws std::range_error "The buffer cannot contain more data than its capacity."; length and
+    /// @throws std::range_error "The buffer cannot contain more data than its capacity."; length
+    ///         and
     ///         update stay as they were
     void end_update(unsigned int length);
 
-    /// A handle onto the bytes from `offset` on, `length` of them at most, with the capacity that is left
-    /// behind `offset`. It shares the block (or, within an update, a copy of it).
+    /// A handle onto the bytes from `offset` on, `length` of them at most, with the capacity that
+    /// is left behind `offset`. It shares the block (or, within an update, a copy of it).
     ///
-    /// @throws std::range_error "The requested segment lies past the end of the buffer." when `offset`
+    /// @throws std::range_error "The requested segment lies past the end of the buffer." when
+    ///         `offset`
     ///         exceeds the capacity
     /// @throws std::bad_alloc only within an update
     Buffer segment(unsigned int offset, unsigned int length) const;
@@ -149,7 +157,7 @@ public:
     unsigned int AddRef() noexcept;
 
     /// Removes a handle, and the block with the last one; returns the count after.
-    virtual unsigned int Release() noexcept = 0;
+    virtual unsigned int Release() = 0;
 
     /// The number of handles.
     unsigned int ref_count() const noexcept;

@@ -3,16 +3,16 @@
 /// @file
 /// A double-ended queue in one ring of slots.
 ///
-/// Use it for a queue that is filled at one end, drained at the other and walked in order; pushes and
-/// pops at both ends move no other element. Use `std::deque` where elements must be indexed or stay at
-/// their address while the queue grows.
+/// Use it for a queue that is filled at one end, drained at the other and walked in order; pushes
+/// and pops at both ends move no other element. Use `std::deque` where elements must be indexed or
+/// stay at their address while the queue grows.
 ///
 ///     slots   [ d | e |   |   | a | b | c ]      7 slots hold the 5 elements a b c d e
 ///                   ^tail       ^head
 ///
-/// The elements are the slots from head up to, not including, tail, going round. One slot always stays
-/// unused, so that head == tail means empty. A full ring of n slots grows to max(n + 1, n * 3 / 2) slots,
-/// the first one has 10: 10, 15, 22, 33 ... It never shrinks.
+/// The elements are the slots from head up to, not including, tail, going round. One slot always
+/// stays unused, so that head == tail means empty. A full ring of n slots grows to max(n + 1, n * 3
+/// / 2) slots, the first one has 10: 10, 15, 22, 33 ... It never shrinks.
 ///
 /// @code{.cpp}
 /// nuriccl::deque<int> queue;
@@ -21,8 +21,8 @@
 /// assert(queue.front() == 1 && queue.back() == 2 && queue.slot_count() == 10);
 /// @endcode
 ///
-/// Pushes invalidate iterators and references when the ring grows. An element that is pushed may be one of
-/// the queue's own.
+/// Pushes invalidate iterators and references when the ring grows. An element that is pushed may be
+/// one of the queue's own.
 ///
 /// Thread safety: thread-compatible; one queue is used by one thread at a time.
 
@@ -69,17 +69,17 @@ public:
 
     deque& operator=(const deque& other);
 
-    /// Drops the elements, takes over the slots of `other` and leaves it as a new queue; so moving a queue
-    /// into itself empties it.
+    /// Drops the elements, takes over the slots of `other` and leaves it as a new queue; so moving
+    /// a queue into itself empties it.
     deque& operator=(deque&& other) noexcept;
 
     ~deque();
 
     void swap(deque& other) noexcept;
 
-    /// @name Adding an element at an end
-    /// Constant time, but for the growth of a full ring, which moves each element once. Strong exception
-    /// guarantee, the argument included, as long as moving a `T` cannot throw.
+    /// @name Adding an element at an end Constant time, but for the growth of a full ring, which
+    /// moves each element once. Strong exception guarantee, the argument included, as long as
+    /// moving a `T` cannot throw.
     /// @throws std::bad_alloc, and what copying or moving the element throws
     /// @{
     void push_back(const T& value) { insert_back(value); }
@@ -110,7 +110,9 @@ public:
     /// @}
 
     /// The number of elements.
-    size_type size() const noexcept { return tail_ >= head_ ? tail_ - head_ : slot_count_ - head_ + tail_; }
+    size_type size() const noexcept {
+        return tail_ >= head_ ? tail_ - head_ : slot_count_ - head_ + tail_;
+    }
 
     bool empty() const noexcept { return head_ == tail_; }
 
@@ -121,7 +123,9 @@ public:
     void clear() noexcept;
 
 private:
-    size_type after(size_type slot) const noexcept { return slot + 1 == slot_count_ ? 0 : slot + 1; }
+    size_type after(size_type slot) const noexcept {
+        return slot + 1 == slot_count_ ? 0 : slot + 1;
+    }
     size_type before(size_type slot) const noexcept { return (slot == 0 ? slot_count_ : slot) - 1; }
     bool full() const noexcept { return slot_count_ <= size() + 1; }
 

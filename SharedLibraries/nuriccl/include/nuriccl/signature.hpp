@@ -3,8 +3,8 @@
 /// @file
 /// Signatures: SHA-1 digests (FIPS 180-4) of bytes, text, streams and objects.
 ///
-/// Use them to recognise equal content and damaged content. They are no protection against somebody who
-/// makes two contents with one signature on purpose.
+/// Use them to recognise equal content and damaged content. They are no protection against somebody
+/// who makes two contents with one signature on purpose.
 ///
 /// @code{.cpp}
 /// nuriccl::Signature signature;
@@ -16,7 +16,8 @@
 /// A signature is either binary, `SIGNATURE_SIZE` bytes in an array that the caller releases with
 /// `free_binary`, or a string of `STRING_SIGNATURE_SIZE` lower-case hexadecimal digits.
 ///
-/// Thread safety: a Signature object is used by one thread at a time; the static functions keep no state.
+/// Thread safety: a Signature object is used by one thread at a time; the static functions keep no
+/// state.
 
 #include <nuriagent/sha1.hpp>
 #include <nuriccl/export.hpp>
@@ -70,8 +71,8 @@ public:
     /// Releases a binary signature; null is fine.
     static void free_binary(unsigned char* binary);
 
-    /// Releases the binary signature that `*binary` points to and sets it to null; null is fine in both
-    /// places.
+    /// Releases the binary signature that `*binary` points to and sets it to null; null is fine in
+    /// both places.
     static void free_binary(unsigned char** binary);
 
     /// @name Binary signatures in one call

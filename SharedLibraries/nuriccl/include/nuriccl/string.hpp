@@ -7,8 +7,8 @@
 /// Use them for options, names, log and dump text. They look at single bytes (`char`) and know no
 /// multibyte encoding: upper case is the C library's, byte by byte.
 ///
-/// Thread safety: every function is re-entrant and keeps no state. Some read the process's locale, as
-/// told at each, and must not race with a change of it.
+/// Thread safety: every function is re-entrant and keeps no state. Some read the process's locale,
+/// as told at each, and must not race with a change of it.
 ///
 /// @code{.cpp}
 /// std::string line = "  Host: backup-7 \r\n";
@@ -20,8 +20,8 @@
 ///
 /// In every function an argument that aliases the output (a set that is the text, a `title` inside
 /// `out`) is read as it was at the call. A null `const char*` is the empty text. Functions that can
-/// allocate throw std::bad_alloc, or std::length_error for a text beyond the limit of std::string, and
-/// leave their output as it was unless told otherwise.
+/// allocate throw std::bad_alloc, or std::length_error for a text beyond the limit of std::string,
+/// and leave their output as it was unless told otherwise.
 
 #include <nuriccl/export.hpp>
 
@@ -33,12 +33,12 @@ namespace string {
 
 /// @name Shared characters
 /// @{
-extern NURICCL_API const char END_OF_STRING_CHAR;  ///< NUL
-extern NURICCL_API const char FORWARD_SLASH;       ///< '/'
-extern NURICCL_API const char NEW_LINE;            ///< line feed
-extern NURICCL_API const char OPTION_END;          ///< '"', the same on both sides of an option value
-extern NURICCL_API const char OPTION_BEGIN;        ///< '"', the same on both sides of an option value
-extern NURICCL_API const char QUOTE_MARK;          ///< '"'
+extern NURICCL_API const char END_OF_STRING_CHAR; ///< NUL
+extern NURICCL_API const char FORWARD_SLASH;      ///< '/'
+extern NURICCL_API const char NEW_LINE;           ///< line feed
+extern NURICCL_API const char OPTION_END;   ///< '"', the same on both sides of an option value
+extern NURICCL_API const char OPTION_BEGIN; ///< '"', the same on both sides of an option value
+extern NURICCL_API const char QUOTE_MARK;   ///< '"'
 extern NURICCL_API const char KEY_VALUE_SEPARATOR; ///< '='
 extern NURICCL_API const char LIST_SEPARATOR;      ///< ','
 extern NURICCL_API const char WHITE_SPACE;         ///< one blank; the set is `WHITESPACE`
@@ -47,9 +47,9 @@ extern NURICCL_API const char WHITE_SPACE;         ///< one blank; the set is `W
 /// The set " \t\r\n" for the crop and trim functions. Built before any caller can run.
 extern NURICCL_API const std::string WHITESPACE;
 
-/// @name Cropping and trimming
-/// `set` is a set of characters in any order. The whole run of its members at an end is removed. The
-/// crop functions work in place and never allocate; the trim functions return a cropped copy.
+/// @name Cropping and trimming `set` is a set of characters in any order. The whole run of its
+/// members at an end is removed. The crop functions work in place and never allocate; the trim
+/// functions return a cropped copy.
 /// @{
 NURICCL_API void crop_left(std::string& text, const std::string& set);
 NURICCL_API void crop_right(std::string& text, const std::string& set);
@@ -59,16 +59,16 @@ NURICCL_API std::string trim_right(const std::string& text, const std::string& s
 NURICCL_API std::string trim_both(const std::string& text, const std::string& set);
 /// @}
 
-/// Replaces every occurrence of `from` in `text` by `to`, left to right, without overlaps and without
-/// searching what was inserted. Linear in the lengths of the old and the new text.
+/// Replaces every occurrence of `from` in `text` by `to`, left to right, without overlaps and
+/// without searching what was inserted. Linear in the lengths of the old and the new text.
 ///
 /// Requires a non-empty `from` (asserted in debug builds; otherwise nothing is replaced).
 ///
 /// @return false when `from` does not occur; `text` is untouched then.
 NURICCL_API bool replace(std::string& text, const std::string& from, const std::string& to);
 
-/// Keeps the leading run of characters that belong to `set` and removes the rest, in place. An empty
-/// set empties the text.
+/// Keeps the leading run of characters that belong to `set` and removes the rest, in place. An
+/// empty set empties the text.
 NURICCL_API void SpanIncluding(std::string& text, std::string set);
 
 /// Finds `needle` in `haystack` regardless of case, as the `ctype<char>` facet of the global
@@ -78,9 +78,8 @@ NURICCL_API void SpanIncluding(std::string& text, std::string set);
 ///         either text is empty.
 NURICCL_API int ifind(const std::string& haystack, const std::string& needle);
 
-/// @name Comparison regardless of case
-/// Compares byte by byte after the C library's `toupper` (current C locale); a proper prefix is less.
-/// Never allocates.
+/// @name Comparison regardless of case Compares byte by byte after the C library's `toupper`
+/// (current C locale); a proper prefix is less. Never allocates.
 /// @return a negative number, 0 or a positive number; the magnitude carries no meaning.
 /// @{
 NURICCL_API int icompare(const std::string& a, const std::string& b);
@@ -95,15 +94,15 @@ struct NURICCL_API CaseInsensitiveCompare {
     bool operator()(const std::string& a, const std::string& b) const;
 };
 
-/// Stores `source` in upper case (C library, byte by byte) in `destination`. Names that are equal under
-/// `icompare` normalise to the same text.
+/// Stores `source` in upper case (C library, byte by byte) in `destination`. Names that are equal
+/// under `icompare` normalise to the same text.
 NURICCL_API void NormalizeNameCaseInsensitive(const std::string& source, std::string& destination);
 
 /// The same in place.
 NURICCL_API void NormalizeNameCaseInsensitive(std::string& text) noexcept;
 
-/// Appends `src` to the C string `dst` in a space of `size` bytes, cut so that with its NUL it fits.
-/// When `dst` has no NUL within `size` bytes nothing is touched.
+/// Appends `src` to the C string `dst` in a space of `size` bytes, cut so that with its NUL it
+/// fits. When `dst` has no NUL within `size` bytes nothing is touched.
 ///
 /// @return `dst` (not a length, unlike the BSD function of this name)
 NURICCL_API char* strlcat(char* dst, const char* src, unsigned int size);
@@ -117,7 +116,8 @@ NURICCL_API char* strlcpy(char* dst, const char* src, unsigned int size);
 /// ends before the first NUL that the format produces (a `%c` of 0). The caller's list is not
 /// consumed.
 ///
-/// @return what `vsnprintf` returns: the number of characters formatted; negative, with `out` empty,
+/// @return what `vsnprintf` returns: the number of characters formatted; negative, with `out`
+///         empty,
 ///         when the format cannot be rendered.
 /// @throws std::bad_alloc with `out` empty
 NURICCL_API int sprintfSafe(std::string& out, const char* format, va_list& arguments)
@@ -137,12 +137,12 @@ NURICCL_API int sprintfSafe(std::string& out, const char* format, ...)
 
 /// Formats as `sprintfSafe` does and returns the text, which is empty when the format cannot be
 /// rendered.
-NURICCL_API std::string format_string(const char* format, ...) __attribute__((format(printf, 1, 2)));
+NURICCL_API std::string format_string(const char* format, ...)
+    __attribute__((format(printf, 1, 2)));
 
-/// @name XML escaping, in place
-/// Replaces '&', '<' and '>' by "&amp;", "&lt;" and "&gt;", and back. Quotes and every other entity
-/// stay as they are. Unescaping undoes one level: "&amp;lt;" becomes "&lt;". Linear; only `xml_escape`
-/// allocates, once at most.
+/// @name XML escaping, in place Replaces '&', '<' and '>' by "&amp;", "&lt;" and "&gt;", and back.
+/// Quotes and every other entity stay as they are. Unescaping undoes one level: "&amp;lt;" becomes
+/// "&lt;". Linear; only `xml_escape` allocates, once at most.
 /// @{
 NURICCL_API void xml_escape(std::string& text);
 NURICCL_API void xml_escape(std::wstring& text);
@@ -150,9 +150,9 @@ NURICCL_API void xml_unescape(std::string& text);
 NURICCL_API void xml_unescape(std::wstring& text);
 /// @}
 
-/// Replaces each byte from 0x01 to 0x1F and from 0x7F to 0x9F by a character reference such as "&#x09;",
-/// in place. Bytes from 0x80 to 0x9F count as C1 control characters even inside a UTF-8 sequence; NUL
-/// and bytes from 0xA0 on stay. Linear, with one allocation at most.
+/// Replaces each byte from 0x01 to 0x1F and from 0x7F to 0x9F by a character reference such as
+/// "&#x09;", in place. Bytes from 0x80 to 0x9F count as C1 control characters even inside a UTF-8
+/// sequence; NUL and bytes from 0xA0 on stay. Linear, with one allocation at most.
 NURICCL_API void utf8_to_xml(std::string& text);
 
 /// The same on a copy.

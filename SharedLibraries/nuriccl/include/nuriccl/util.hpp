@@ -4,12 +4,12 @@
 /// Conversions between values and text: numbers, booleans and ISO 8601 time stamps.
 ///
 /// Use `to_str` to build text, `fromStr` to read one value and learn whether it was one. `fromStr`
-/// keeps rules that existing agents rely on and that surprise: signed targets take every number of the
-/// unsigned type of their width, and what follows the number is not looked at. Where input must be
-/// checked strictly, check it first.
+/// keeps rules that existing agents rely on and that surprise: signed targets take every number of
+/// the unsigned type of their width, and what follows the number is not looked at. Where input must
+/// be checked strictly, check it first.
 ///
-/// Thread safety: every function is re-entrant and keeps no state. Numbers are read under the global
-/// std::locale, and `to_str(double)` uses the decimal point of the C locale.
+/// Thread safety: every function is re-entrant and keeps no state. Numbers are read under the
+/// global std::locale, and `to_str(double)` uses the decimal point of the C locale.
 ///
 /// @code{.cpp}
 /// assert(nuriccl::to_str(255, std::hex) == "ff");
@@ -33,8 +33,8 @@ extern NURICCL_API const char BAD_TIME[29];
 /// A missing time without hundredths, "0000-00-00T00:00:00+00:00".
 extern NURICCL_API const char BAD_TIME_SHORT[26];
 
-/// The type of `std::dec`, `std::hex` and `std::oct`. Pass the functions themselves: they are recognised
-/// by their address.
+/// The type of `std::dec`, `std::hex` and `std::oct`. Pass the functions themselves: they are
+/// recognised by their address.
 using Manipulator = std::ios_base& (*)(std::ios_base&);
 
 /// @name Value to text
@@ -53,15 +53,16 @@ NURICCL_API std::string to_str(double value);
 /// "true" or "false".
 NURICCL_API std::string to_str(bool value);
 
-/// The canonical form "YYYY-MM-DDThh:mm:ss.cc+zz:zz" of ISO 8601, 28 characters, "-" for zones west of
-/// UTC, never "Z"; `BAD_TIME` when the record is not valid.
+/// The canonical form "YYYY-MM-DDThh:mm:ss.cc+zz:zz" of ISO 8601, 28 characters, "-" for zones west
+/// of UTC, never "Z"; `BAD_TIME` when the record is not valid.
 NURICCL_API std::string to_str(const isotime& time);
 
 /// The same; the manipulator is ignored.
 NURICCL_API std::string to_str(const isotime& time, Manipulator manipulator);
 
-/// The number in octal for `std::oct`, in lower-case hexadecimal for `std::hex`, both without a prefix
-/// and of the two's-complement bits when the value is negative; in decimal for any other manipulator.
+/// The number in octal for `std::oct`, in lower-case hexadecimal for `std::hex`, both without a
+/// prefix and of the two's-complement bits when the value is negative; in decimal for any other
+/// manipulator.
 NURICCL_API std::string to_str(int value, Manipulator manipulator = std::dec);
 NURICCL_API std::string to_str(unsigned int value, Manipulator manipulator = std::dec);
 NURICCL_API std::string to_str(long value, Manipulator manipulator = std::dec);
@@ -72,8 +73,8 @@ NURICCL_API std::string to_str(unsigned long long value, Manipulator manipulator
 
 /// @name Text to value
 ///
-/// Both forms read one value from `text` into `out` and return whether that succeeded; bad input never
-/// throws.
+/// Both forms read one value from `text` into `out` and return whether that succeeded; bad input
+/// never throws.
 ///
 /// | target | form | rule |
 /// |---|---|---|
@@ -86,10 +87,11 @@ NURICCL_API std::string to_str(unsigned long long value, Manipulator manipulator
 ///
 /// Other targets do not compile.
 ///
-/// A number is read as `std::istream >> value` reads it, in the radix of the manipulator: leading white
-/// space is skipped, characters after the number are not examined, a "-" negates modulo 2^n, and a value
-/// beyond the unsigned type fails and stores its maximum. A text without a number fails and stores 0;
-/// the empty text stores 0 and succeeds. So `fromStr<int>` takes "3000000000" as -1294967296.
+/// A number is read as `std::istream >> value` reads it, in the radix of the manipulator: leading
+/// white space is skipped, characters after the number are not examined, a "-" negates modulo 2^n,
+/// and a value beyond the unsigned type fails and stores its maximum. A text without a number fails
+/// and stores 0; the empty text stores 0 and succeeds. So `fromStr<int>` takes "3000000000" as
+/// -1294967296.
 /// @throws std::bad_alloc
 /// @{
 template <class T>
@@ -132,13 +134,15 @@ NURICCL_API bool fromStr<short>(short& out, const std::string& text, Manipulator
 template <>
 NURICCL_API bool fromStr<int>(int& out, const std::string& text, Manipulator manipulator);
 template <>
-NURICCL_API bool fromStr<long long>(long long& out, const std::string& text, Manipulator manipulator);
+NURICCL_API bool fromStr<long long>(long long& out, const std::string& text,
+                                    Manipulator manipulator);
 /// @}
 
-/// Reads the canonical form of `to_str(const isotime&)` (28 characters) or the form without hundredths
-/// (25 characters) by position. The separators are not looked at, and the ranges are not checked: ask
-/// `fromStr<isotime>` whether the result is valid. Numbers are read with `safe::StringToInt32` and cut to
-/// the width of their field, the zone to 12 bits; a zone of 0 after that counts as not recorded.
+/// Reads the canonical form of `to_str(const isotime&)` (28 characters) or the form without
+/// hundredths (25 characters) by position. The separators are not looked at, and the ranges are not
+/// checked: ask `fromStr<isotime>` whether the result is valid. Numbers are read with
+/// `safe::StringToInt32` and cut to the width of their field, the zone to 12 bits; a zone of 0
+/// after that counts as not recorded.
 ///
 /// @return the record; all zero for a text of another length, `BAD_TIME` and `BAD_TIME_SHORT`.
 /// @throws std::bad_alloc
