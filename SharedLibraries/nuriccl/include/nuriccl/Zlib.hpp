@@ -55,8 +55,7 @@ public:
     /// data.
     ///
     /// @return false when a pointer is null, `input` is empty or no zlib stream, or the data
-    ///         exceeds the
-    ///         size
+    ///         exceeds the size
     /// @throws std::out_of_range when `output` is empty
     /// @throws std::bad_alloc only when `output` is `input`
     static bool Inflate(Bytes output, Bytes input);
@@ -65,8 +64,7 @@ public:
     ///
     /// @param size  the length of the data in bytes, or more
     /// @return false when `input` is empty or `size` is 0 (`output` is untouched), when `input` is
-    ///         no zlib
-    ///         stream, or when the data exceeds `size`
+    ///         no zlib stream, or when the data exceeds `size`
     /// @throws std::bad_alloc, or std::length_error when std::string cannot be that long
     static bool Inflate(std::string& output, unsigned int size, const std::string& input);
 };

@@ -61,8 +61,7 @@ public:
     ///
     /// @throws std::bad_alloc
     /// @throws std::logic_error when the wrapped block cannot hold its control block. These few
-    ///         bytes
-    ///         stay allocated.
+    ///         bytes stay allocated.
     explicit Buffer(unsigned int size);
 
     /// Shares the block of `other`. When `other` is in an update, takes a copy of its bytes in a
@@ -102,8 +101,7 @@ public:
     ///
     /// @throws std::logic_error "No update operation is in progres on the buffer."
     /// @throws std::range_error "The buffer cannot contain more data than its capacity."; the
-    ///         length
-    ///         stays as it was
+    ///         length stays as it was
     void data_length(unsigned int length);
 
     /// Whether `data_length()` is 0; the capacity does not matter.
@@ -114,8 +112,7 @@ public:
     /// `data_length()` reads 0 until it is set. The other handles keep the old block.
     ///
     /// @return the place of `capacity()` writable bytes; null without storage (the update is open
-    ///         then,
-    ///         too)
+    ///         then, too)
     /// @throws std::bad_alloc; the Buffer is as it was then, and not in the update
     unsigned char* begin_update();
 
@@ -123,16 +120,14 @@ public:
     ///
     /// @throws std::logic_error "No update operation is in progress on the buffer."
     /// @throws std::range_error "The buffer cannot contain more data than its capacity."; length
-    ///         and
-    ///         update stay as they were
+    ///         and update stay as they were
     void end_update(unsigned int length);
 
     /// A handle onto the bytes from `offset` on, `length` of them at most, with the capacity that
     /// is left behind `offset`. It shares the block (or, within an update, a copy of it).
     ///
     /// @throws std::range_error "The requested segment lies past the end of the buffer." when
-    ///         `offset`
-    ///         exceeds the capacity
+    ///         `offset` exceeds the capacity
     /// @throws std::bad_alloc only within an update
     Buffer segment(unsigned int offset, unsigned int length) const;
 

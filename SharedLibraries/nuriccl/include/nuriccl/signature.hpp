@@ -82,8 +82,11 @@ public:
     /// | none, a null pointer | none |
     /// | bytes and count, text | the bytes |
     /// | wide text, or its pointer and count of characters | four bytes a character, as in memory |
-    /// | a stream | what is left of it, read in chunks of 1 MiB; a stream that is bad or at its end when it comes, and one that throws, counts as empty |
+    /// | a stream | what is left of it |
     /// | a signable object | what `SignableObject::binary_signature` gives; null as no bytes |
+    ///
+    /// A stream is read in chunks of 1 MiB from one buffer. It counts as empty when it is bad or at its
+    /// end when it comes, when it throws, and when there is no memory for the buffer.
     ///
     /// @return a new array, which the caller releases with `free_binary`; never null
     /// @throws std::bad_alloc

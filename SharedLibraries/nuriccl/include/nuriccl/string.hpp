@@ -117,8 +117,7 @@ NURICCL_API char* strlcpy(char* dst, const char* src, unsigned int size);
 /// consumed.
 ///
 /// @return what `vsnprintf` returns: the number of characters formatted; negative, with `out`
-///         empty,
-///         when the format cannot be rendered.
+///         empty, when the format cannot be rendered.
 /// @throws std::bad_alloc with `out` empty
 NURICCL_API int sprintfSafe(std::string& out, const char* format, va_list& arguments)
     __attribute__((format(printf, 2, 0)));

@@ -78,8 +78,8 @@ NURICCL_API std::string to_str(unsigned long long value, Manipulator manipulator
 ///
 /// | target | form | rule |
 /// |---|---|---|
-/// | `char`, `unsigned char` | `(out, text)` | the first character, 0 of an empty text; always true |
-/// | `char`, `unsigned char` | `(out, text, manipulator)` | a number read as `unsigned int`; its low 8 bits |
+/// | `char`, `unsigned char` | without | the first character, 0 of no text; always true |
+/// | `char`, `unsigned char` | with manipulator | the low 8 bits of a number read as `unsigned int` |
 /// | `bool` | both | "true" and "false" only; otherwise false with `out` untouched |
 /// | `isotime` | both | `to_isotime(text)` is stored in any case; true when the record is valid |
 /// | `unsigned short`, `unsigned int`, `unsigned long long` | both | a number, see below |
