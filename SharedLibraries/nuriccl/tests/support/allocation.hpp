@@ -1,0 +1,221 @@
+#pragma once
+
+/// @file
+/// Global operator new and delete that count, remember and, on demand, fail.
+///
+/// Include it in the one source file of a test program: it defines the replaceable functions. The
+/// libraries in the process use them, too.
+///
+/// @code{.cpp}
+/// allocation::Watch watch;
+/// { const nuriccl::Buffer buffer(5); }
+/// EXPECT_EQ(watch.requests(), 1u);
+/// EXPECT_TRUE(watch.freed(0));
+/// @endcode
+///
+/// Thread safety: any number of threads may allocate while one Watch lives. A failure is armed by
+/// the only thread that allocates.
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+namespace allocation {
+
+/// Larger requests fail. A sanitizer would end the program if malloc got them.
+inline constexpr std::size_t LIMIT = 0x10000000;
+
+namespace detail {
+
+// Loads and stores that order nothing else, so that counting hides no data race from a thread
+// sanitizer.
+template <class T>
+class Relaxed {
+public:
+    constexpr Relaxed(T value) : value_(value) {}
+    void operator=(T value) { value_.store(value, std::memory_order_relaxed); }
+    operator T() const { return value_.load(std::memory_order_relaxed); }
+    T fetch_add(T more) { return value_.fetch_add(more, std::memory_order_relaxed); }
+
+private:
+    std::atomic<T> value_;
+};
+
+inline constexpr std::size_t REMEMBERED = 64;
+inline constexpr std::size_t NEVER = SIZE_MAX;
+
+struct Block {
+    Relaxed<std::uintptr_t> place = 0;
+    Relaxed<std::size_t> size = 0;
+    Relaxed<bool> array = false;
+    Relaxed<bool> freed = false;
+};
+
+struct Journal {
+    Relaxed<std::size_t> requests = 0;
+    Relaxed<std::size_t> bytes = 0;
+    Relaxed<std::ptrdiff_t> live = 0;
+    Relaxed<std::size_t> mismatches = 0;
+    Relaxed<std::size_t> until_failure = NEVER;
+    Block blocks[REMEMBERED];
+};
+
+inline Journal journal;
+
+inline bool fails() {
+    const std::size_t left = journal.until_failure;
+    if (left != NEVER) {
+        journal.until_failure = left == 0 ? NEVER : left - 1;
+    }
+    return left == 0;
+}
+
+inline void* allocate(std::size_t size, bool array) noexcept {
+    const std::size_t index = journal.requests.fetch_add(1);
+    journal.bytes.fetch_add(size);
+    void* const place =
+        fails() || size > LIMIT ? nullptr : std::malloc(std::max<std::size_t>(size, 1));
+    if (place != nullptr) {
+        journal.live.fetch_add(1);
+    }
+    if (index < REMEMBERED) {
+        Block& block = journal.blocks[index];
+        block.size = size;
+        block.array = array;
+        block.place = reinterpret_cast<std::uintptr_t>(place);
+    }
+    return place;
+}
+
+inline void* allocate_or_throw(std::size_t size, bool array) {
+    void* const place = allocate(size, array);
+    if (place == nullptr) {
+        throw std::bad_alloc();
+    }
+    return place;
+}
+
+inline void release(void* place, bool array) noexcept {
+    if (place == nullptr) {
+        return;
+    }
+    journal.live.fetch_add(-1);
+    const std::size_t remembered = std::min<std::size_t>(journal.requests, REMEMBERED);
+    for (std::size_t i = 0; i < remembered; ++i) {
+        Block& block = journal.blocks[i];
+        if (block.place == reinterpret_cast<std::uintptr_t>(place) && !block.freed) {
+            block.freed = true;
+            journal.mismatches.fetch_add(block.array == array ? 0 : 1);
+            break;
+        }
+    }
+    std::free(place);
+}
+
+} // namespace detail
+
+/// What is allocated and freed in the process from its construction on. One lives at a time.
+class Watch {
+public:
+    Watch() {
+        for (detail::Block& block : detail::journal.blocks) {
+            block.place = 0;
+            block.freed = false;
+        }
+        detail::journal.bytes = 0;
+        detail::journal.live = 0;
+        detail::journal.mismatches = 0;
+        detail::journal.requests = 0;
+    }
+
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    /// Number of allocations asked for, failed ones included.
+    std::size_t requests() const { return detail::journal.requests; }
+
+    /// Sum of the sizes asked for; an upper bound of what was in use at any one time.
+    std::size_t bytes() const { return detail::journal.bytes; }
+
+    /// Number of blocks allocated and not freed; negative when older blocks were freed.
+    std::ptrdiff_t live() const { return detail::journal.live; }
+
+    /// Number of remembered blocks that were made by `new` and freed by `delete[]`, or the other way
+    /// round.
+    std::size_t mismatches() const { return detail::journal.mismatches; }
+
+    /// @name The allocation with this number, counted from 0; the first 64 are remembered
+    /// @{
+    std::size_t size(std::size_t index) const { return detail::journal.blocks[index].size; }
+    void* place(std::size_t index) const {
+        return reinterpret_cast<void*>(std::uintptr_t{detail::journal.blocks[index].place});
+    }
+    bool freed(std::size_t index) const { return detail::journal.blocks[index].freed; }
+    /// @}
+};
+
+/// Runs `call` while its allocation number `index`, counted from 0, fails.
+/// @return whether std::bad_alloc came out
+template <class Call>
+bool fails_at(std::size_t index, Call call) {
+    struct Armed {
+        explicit Armed(std::size_t failing) { detail::journal.until_failure = failing; }
+        ~Armed() { detail::journal.until_failure = detail::NEVER; }
+    } const armed(index);
+    try {
+        call();
+    } catch (const std::bad_alloc&) {
+        return true;
+    }
+    return false;
+}
+
+} // namespace allocation
+
+// Not to be inlined: the compiler takes a visible malloc for a mismatch with operator delete.
+#define NURICCL_TEST_NOINLINE __attribute__((noinline))
+
+NURICCL_TEST_NOINLINE void* operator new(std::size_t size) {
+    return allocation::detail::allocate_or_throw(size, false);
+}
+
+NURICCL_TEST_NOINLINE void* operator new[](std::size_t size) {
+    return allocation::detail::allocate_or_throw(size, true);
+}
+
+NURICCL_TEST_NOINLINE void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocation::detail::allocate(size, false);
+}
+
+NURICCL_TEST_NOINLINE void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocation::detail::allocate(size, true);
+}
+
+NURICCL_TEST_NOINLINE void operator delete(void* place) noexcept {
+    allocation::detail::release(place, false);
+}
+
+NURICCL_TEST_NOINLINE void operator delete[](void* place) noexcept {
+    allocation::detail::release(place, true);
+}
+
+NURICCL_TEST_NOINLINE void operator delete(void* place, std::size_t) noexcept {
+    allocation::detail::release(place, false);
+}
+
+NURICCL_TEST_NOINLINE void operator delete[](void* place, std::size_t) noexcept {
+    allocation::detail::release(place, true);
+}
+
+NURICCL_TEST_NOINLINE void operator delete(void* place, const std::nothrow_t&) noexcept {
+    allocation::detail::release(place, false);
+}
+
+NURICCL_TEST_NOINLINE void operator delete[](void* place, const std::nothrow_t&) noexcept {
+    allocation::detail::release(place, true);
+}
+
+#undef NURICCL_TEST_NOINLINE
