@@ -1,1 +1,1748 @@
+// Tests of the text utilities.
+//
+//   public member                              cases
+//   END_OF_STRING_CHAR ... WHITE_SPACE         Constants.*
+//   WHITESPACE                                 Constants.*
+//   crop_left, crop_right, crop_both           CropLeft.*, CropRight.*, CropBoth.*, Crop.*
+//   trim_left, trim_right, trim_both           Trim.*
+//   replace                                    Replace.*
+//   SpanIncluding                              SpanIncluding.*
+//   ifind                                      Ifind.*
+//   icompare (four forms)                      Icompare.*
+//   CaseInsensitiveCompare                     CaseInsensitiveCompare.*
+//   NormalizeNameCaseInsensitive (two forms)   Normalize.*
+//   strlcat, strlcpy                           Strlcat.*, Strlcpy.*
+//   sprintfSafe (two forms)                    SprintfSafe.*
+//   format_string                              FormatString.*
+//   xml_escape, xml_unescape (narrow, wide)    XmlEscape.*, XmlUnescape.*, Xml.*
+//   utf8_to_xml (two forms)                    Utf8ToXml.*
+//   hex_dump                                   HexDump.*
+//   what the header says of allocations        Allocations.*
+//   the example of the header                  StringUsage.*
+
+#include <nuriccl/string.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <clocale>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
+#include <locale>
+#include <map>
+#include <new>
+#include <printf.h>
+#include <set>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace {
+
+std::size_t allocations = 0;
+std::size_t allocations_left = SIZE_MAX; // until one fails
+
+} // namespace
+
+// Every allocation of the program and of the libraries that it loads comes here.
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (allocations_left == 0) {
+        throw std::bad_alloc();
+    }
+    --allocations_left;
+    void* const place = std::malloc(size != 0 ? size : 1);
+    if (place == nullptr) {
+        throw std::bad_alloc();
+    }
+    return place;
+}
+
+// Kept out of line: where only the release is inlined, GCC takes it for one of another kind.
+__attribute__((noinline)) void operator delete(void* place) noexcept { std::free(place); }
+
+__attribute__((noinline)) void operator delete(void* place, std::size_t) noexcept {
+    std::free(place);
+}
+
+namespace {
+
+namespace ns = nuriccl::string;
+
+// Taken while this program's own statics are built.
+const std::string whitespace_at_start = ns::WHITESPACE;
+const std::string trimmed_at_start = ns::trim_both("\r\n\tx y \t", ns::WHITESPACE);
+
+const std::string DIGITS = "0123456789";
+
+// Every text of up to `longest` characters of `alphabet`, the empty one first.
+std::vector<std::string> texts_over(std::string_view alphabet, std::size_t longest) {
+    std::vector<std::string> texts{""};
+    std::size_t first = 0;
+    for (std::size_t length = 0; length < longest; ++length) {
+        for (const std::size_t last = texts.size(); first < last; ++first) {
+            for (const char c : alphabet) {
+                texts.push_back(texts[first] + c);
+            }
+        }
+    }
+    return texts;
+}
+
+std::string all_bytes() {
+    std::string bytes;
+    for (int byte = 0; byte <= 255; ++byte) {
+        bytes += static_cast<char>(byte);
+    }
+    return bytes;
+}
+
+bool contains(const std::string& set, char c) { return set.find(c) != std::string::npos; }
+
+unsigned char to_byte(char c) { return static_cast<unsigned char>(c); }
+
+int sign(int value) { return (value > 0) - (value < 0); }
+
+std::wstring widened(const std::string& text) { return {text.begin(), text.end()}; }
+
+// Sets the C locale for the length of a scope.
+class CLocale {
+public:
+    explicit CLocale(const char* name) : earlier_(std::setlocale(LC_ALL, nullptr)) {
+        EXPECT_NE(std::setlocale(LC_ALL, name), nullptr) << name;
+    }
+    ~CLocale() { std::setlocale(LC_ALL, earlier_.c_str()); }
+    CLocale(const CLocale&) = delete;
+    CLocale& operator=(const CLocale&) = delete;
+
+private:
+    std::string earlier_;
+};
+
+// Sets the global std::locale for the length of a scope.
+class GlobalLocale {
+public:
+    explicit GlobalLocale(const std::locale& locale) : earlier_(std::locale::global(locale)) {}
+    ~GlobalLocale() { std::locale::global(earlier_); }
+    GlobalLocale(const GlobalLocale&) = delete;
+    GlobalLocale& operator=(const GlobalLocale&) = delete;
+
+private:
+    std::locale earlier_;
+};
+
+// Knows no letters, no digits and no punctuation; the upper case of '#' and of byte 0xe9 is '@', every
+// other character is its own.
+class StrangeCtype : public std::ctype<char> {
+public:
+    StrangeCtype() : std::ctype<char>(nothing()) {}
+
+protected:
+    char do_toupper(char c) const override { return c == '#' || c == '\xe9' ? '@' : c; }
+    const char* do_toupper(char* first, const char* last) const override {
+        for (; first != last; ++first) {
+            *first = do_toupper(*first);
+        }
+        return last;
+    }
+
+private:
+    static const mask* nothing() {
+        static const mask table[table_size] = {};
+        return table;
+    }
+};
+
+std::locale strange_locale() { return std::locale(std::locale::classic(), new StrangeCtype); }
+
+// Runs `operation` over and over, with its first allocation failing, then its second and so on, until
+// it succeeds. After each failure `check` looks at what was left behind.
+template <class Operation, class Check>
+std::size_t fail_each_allocation(Operation operation, Check check) {
+    for (std::size_t failing = 0;; ++failing) {
+        bool failed = false;
+        allocations_left = failing;
+        try {
+            operation();
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        allocations_left = SIZE_MAX;
+        if (!failed) {
+            return failing;
+        }
+        check();
+    }
+}
+
+template <class Operation>
+std::size_t allocations_of(Operation operation) {
+    const std::size_t before = allocations;
+    operation();
+    return allocations - before;
+}
+
+} // namespace
+
+// Constants
+
+TEST(Constants, HaveTheirValues) {
+    EXPECT_EQ(ns::END_OF_STRING_CHAR, 0);
+    EXPECT_EQ(ns::FORWARD_SLASH, 47);
+    EXPECT_EQ(ns::NEW_LINE, 10);
+    EXPECT_EQ(ns::OPTION_END, 34);
+    EXPECT_EQ(ns::OPTION_BEGIN, 34);
+    EXPECT_EQ(ns::QUOTE_MARK, 34);
+    EXPECT_EQ(ns::KEY_VALUE_SEPARATOR, 61);
+    EXPECT_EQ(ns::LIST_SEPARATOR, 44);
+    EXPECT_EQ(ns::WHITE_SPACE, 32);
+}
+
+TEST(Constants, AreObjectsOfTheLibraryWithAddressesOfTheirOwn) {
+    const std::set<const char*> addresses{
+        &ns::END_OF_STRING_CHAR,  &ns::FORWARD_SLASH,  &ns::NEW_LINE,
+        &ns::OPTION_END,          &ns::OPTION_BEGIN,   &ns::QUOTE_MARK,
+        &ns::KEY_VALUE_SEPARATOR, &ns::LIST_SEPARATOR, &ns::WHITE_SPACE};
+    EXPECT_EQ(addresses.size(), 9U);
+}
+
+TEST(Constants, WhitespaceIsBlankTabReturnLineFeed) {
+    EXPECT_EQ(ns::WHITESPACE, "\x20\x09\x0d\x0a");
+}
+
+TEST(Constants, WhitespaceServesStaticInitialisersOfTheProgram) {
+    EXPECT_EQ(whitespace_at_start, " \t\r\n");
+    EXPECT_EQ(trimmed_at_start, "x y");
+}
+
+// Cropping and trimming
+
+namespace {
+
+using Crop = void (*)(std::string&, const std::string&);
+using Trim = std::string (*)(const std::string&, const std::string&);
+
+std::string cropped(Crop crop, std::string text, const std::string& set) {
+    crop(text, set);
+    return text;
+}
+
+// One character at a time.
+std::string model_crop_left(std::string text, const std::string& set) {
+    while (!text.empty() && contains(set, text.front())) {
+        text.erase(0, 1);
+    }
+    return text;
+}
+
+std::string model_crop_right(std::string text, const std::string& set) {
+    while (!text.empty() && contains(set, text.back())) {
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string model_crop_both(const std::string& text, const std::string& set) {
+    return model_crop_right(model_crop_left(text, set), set);
+}
+
+// Crop and trim against a model: every text of up to 5 of three characters with every set of up to 3.
+void expect_like_model(Crop crop, Trim trim,
+                       std::string (*model)(std::string text, const std::string& set)) {
+    const std::string_view alphabet("a \0", 3);
+    const std::vector<std::string> sets = texts_over(alphabet, 3);
+    for (const std::string& text : texts_over(alphabet, 5)) {
+        for (const std::string& set : sets) {
+            const std::string expected = model(text, set);
+            ASSERT_EQ(cropped(crop, text, set), expected) << text << '/' << set;
+            ASSERT_EQ(trim(text, set), expected) << text << '/' << set;
+        }
+    }
+}
+
+} // namespace
+
+TEST(CropLeft, RemovesTheLeadingRun) {
+    EXPECT_EQ(cropped(ns::crop_left, "  ab  ", " "), "ab  ");
+    EXPECT_EQ(cropped(ns::crop_left, "xyxab", "yx"), "ab");
+    EXPECT_EQ(cropped(ns::crop_left, "ab", " "), "ab");
+}
+
+TEST(CropLeft, EmptiesATextOfSetCharacters) {
+    EXPECT_EQ(cropped(ns::crop_left, "   ", ns::WHITESPACE), "");
+    EXPECT_EQ(cropped(ns::crop_left, "", ns::WHITESPACE), "");
+}
+
+TEST(CropLeft, RemovesNothingForAnEmptySet) { EXPECT_EQ(cropped(ns::crop_left, "  a", ""), "  a"); }
+
+TEST(CropLeft, AgreesWithTheModel) {
+    expect_like_model(ns::crop_left, ns::trim_left, model_crop_left);
+}
+
+TEST(CropRight, RemovesTheTrailingRun) {
+    EXPECT_EQ(cropped(ns::crop_right, "ab  \r\n", ns::WHITESPACE), "ab");
+    EXPECT_EQ(cropped(ns::crop_right, "  ab  ", " "), "  ab");
+    EXPECT_EQ(cropped(ns::crop_right, "abxyx", "yx"), "ab");
+    EXPECT_EQ(cropped(ns::crop_right, "ab", " "), "ab");
+}
+
+TEST(CropRight, EmptiesATextOfSetCharacters) {
+    EXPECT_EQ(cropped(ns::crop_right, " \t\r\n", ns::WHITESPACE), "");
+    EXPECT_EQ(cropped(ns::crop_right, "", ns::WHITESPACE), "");
+}
+
+TEST(CropRight, RemovesNothingForAnEmptySet) {
+    EXPECT_EQ(cropped(ns::crop_right, "a  ", ""), "a  ");
+}
+
+TEST(CropRight, AgreesWithTheModel) {
+    expect_like_model(ns::crop_right, ns::trim_right, model_crop_right);
+}
+
+TEST(CropBoth, RemovesBothRunsAndKeepsWhatIsInside) {
+    EXPECT_EQ(cropped(ns::crop_both, "\tx y ", ns::WHITESPACE), "x y");
+    EXPECT_EQ(cropped(ns::crop_both, "   ", ns::WHITESPACE), "");
+    EXPECT_EQ(cropped(ns::crop_both, "", ns::WHITESPACE), "");
+    EXPECT_EQ(cropped(ns::crop_both, " a ", ""), " a ");
+}
+
+TEST(CropBoth, AgreesWithTheModel) {
+    expect_like_model(ns::crop_both, ns::trim_both, [](std::string text, const std::string& set) {
+        return model_crop_both(text, set);
+    });
+}
+
+TEST(Crop, KnowsEveryByte) {
+    for (const char c : all_bytes()) {
+        const std::string set(1, c);
+        const char other = c == 'x' ? 'y' : 'x';
+        const std::string inner = std::string(1, other) + c + other;
+        EXPECT_EQ(cropped(ns::crop_both, c + inner + c, set), inner) << int{to_byte(c)};
+    }
+}
+
+TEST(Crop, TakesTheTextAsItsOwnSet) {
+    for (const Crop crop : {Crop{ns::crop_left}, Crop{ns::crop_right}, Crop{ns::crop_both}}) {
+        std::string text = "a longer text than fits into the object";
+        crop(text, text);
+        EXPECT_EQ(text, "");
+    }
+}
+
+TEST(Trim, LeavesItsArgumentUnchanged) {
+    for (const Trim trim : {Trim{ns::trim_left}, Trim{ns::trim_right}, Trim{ns::trim_both}}) {
+        const std::string text = "  a  ";
+        const std::string set = " ";
+        trim(text, set);
+        EXPECT_EQ(text, "  a  ");
+        EXPECT_EQ(set, " ");
+    }
+}
+
+TEST(Trim, ReturnsTheCroppedCopy) {
+    EXPECT_EQ(ns::trim_left("\t x y \n", ns::WHITESPACE), "x y \n");
+    EXPECT_EQ(ns::trim_right("\t x y \n", ns::WHITESPACE), "\t x y");
+    EXPECT_EQ(ns::trim_both("\t x y \n", ns::WHITESPACE), "x y");
+}
+
+TEST(Trim, TakesTheTextAsItsOwnSet) {
+    const std::string text = "abc";
+    EXPECT_EQ(ns::trim_left(text, text), "");
+    EXPECT_EQ(ns::trim_right(text, text), "");
+    EXPECT_EQ(ns::trim_both(text, text), "");
+}
+
+// Search, replace and span
+
+namespace {
+
+// Left to right, one position at a time.
+std::pair<bool, std::string> model_replace(const std::string& text, const std::string& from,
+                                           const std::string& to) {
+    bool found = false;
+    std::string result;
+    for (std::size_t position = 0; position < text.size();) {
+        if (text.compare(position, from.size(), from) == 0) {
+            found = true;
+            result += to;
+            position += from.size();
+        } else {
+            result += text[position++];
+        }
+    }
+    return {found, result};
+}
+
+std::pair<bool, std::string> replaced(std::string text, const std::string& from,
+                                      const std::string& to) {
+    const bool found = ns::replace(text, from, to);
+    return {found, text};
+}
+
+using Replaced = std::pair<bool, std::string>;
+
+} // namespace
+
+TEST(Replace, ReplacesEveryOccurrence) {
+    EXPECT_EQ(replaced("a.b.c", ".", "-"), Replaced(true, "a-b-c"));
+    EXPECT_EQ(replaced("abcabc", "bc", ""), Replaced(true, "aa"));
+    EXPECT_EQ(replaced("abc", "abc", "x"), Replaced(true, "x"));
+    EXPECT_EQ(replaced(".", ".", ""), Replaced(true, ""));
+}
+
+TEST(Replace, ReturnsFalseAndLeavesTheTextWhenNothingIsFound) {
+    EXPECT_EQ(replaced("abc", "x", "y"), Replaced(false, "abc"));
+    EXPECT_EQ(replaced("", "x", "y"), Replaced(false, ""));
+    EXPECT_EQ(replaced("abc", "abcd", "y"), Replaced(false, "abc"));
+    EXPECT_EQ(replaced("abc", "B", "y"), Replaced(false, "abc"));
+}
+
+TEST(Replace, DoesNotSearchInsertedText) {
+    EXPECT_EQ(replaced("a.b.c", ".", ".."), Replaced(true, "a..b..c"));
+    EXPECT_EQ(replaced("aab", "ab", "aab"), Replaced(true, "aaab"));
+    EXPECT_EQ(replaced("aabb", "ab", ""), Replaced(true, "ab"));
+}
+
+TEST(Replace, TakesOccurrencesFromTheLeftWithoutOverlaps) {
+    EXPECT_EQ(replaced("aaa", "aa", "b"), Replaced(true, "ba"));
+    EXPECT_EQ(replaced("aaaa", "aa", "b"), Replaced(true, "bb"));
+    EXPECT_EQ(replaced("ababa", "aba", "x"), Replaced(true, "xba"));
+}
+
+TEST(Replace, ReturnsTrueForAReplacementByTheSameText) {
+    EXPECT_EQ(replaced("abc", "b", "b"), Replaced(true, "abc"));
+}
+
+TEST(Replace, TakesNulLikeAnyCharacter) {
+    EXPECT_EQ(replaced(std::string("a\0b", 3), std::string(1, '\0'), "-"), Replaced(true, "a-b"));
+    EXPECT_EQ(replaced("a-b", "-", std::string(2, '\0')), Replaced(true, std::string("a\0\0b", 4)));
+}
+
+TEST(Replace, TakesTheTextAsAnyArgument) {
+    std::string text = "aba";
+    EXPECT_TRUE(ns::replace(text, text, "x"));
+    EXPECT_EQ(text, "x");
+
+    text = "aba";
+    EXPECT_TRUE(ns::replace(text, "a", text));
+    EXPECT_EQ(text, "abababa");
+
+    text = "aba";
+    EXPECT_TRUE(ns::replace(text, text, text));
+    EXPECT_EQ(text, "aba");
+
+    const std::string both = "b";
+    text = "aba";
+    EXPECT_TRUE(ns::replace(text, both, both));
+    EXPECT_EQ(text, "aba");
+}
+
+TEST(Replace, AgreesWithTheModel) {
+    const std::vector<std::string> froms = texts_over("ab", 3);
+    const std::vector<std::string> tos = texts_over("ab", 3);
+    for (const std::string& text : texts_over("ab", 7)) {
+        for (const std::string& from : froms) {
+            for (const std::string& to : tos) {
+                if (!from.empty()) {
+                    ASSERT_EQ(replaced(text, from, to), model_replace(text, from, to))
+                        << text << '/' << from << '/' << to;
+                }
+            }
+        }
+    }
+}
+
+TEST(Replace, IsLinearInALongText) {
+    std::string text(2000000, '.');
+    EXPECT_TRUE(ns::replace(text, ".", "ab"));
+    ASSERT_EQ(text.size(), 4000000U);
+    EXPECT_TRUE(ns::replace(text, "ab", ""));
+    EXPECT_EQ(text, "");
+}
+
+// A precondition; builds without assertions replace nothing.
+TEST(Replace, RequiresANonEmptySearchText) {
+    std::string text = "abc";
+    bool found = false;
+    EXPECT_DEBUG_DEATH(found = ns::replace(text, "", "x"), "from");
+    EXPECT_FALSE(found);
+    EXPECT_EQ(text, "abc");
+}
+
+namespace {
+
+std::string spanned(std::string text, const std::string& set) {
+    ns::SpanIncluding(text, set);
+    return text;
+}
+
+} // namespace
+
+TEST(SpanIncluding, KeepsTheLeadingRunOfTheSet) {
+    EXPECT_EQ(spanned("123abc", DIGITS), "123");
+    EXPECT_EQ(spanned("1a2b3", DIGITS), "1");
+}
+
+TEST(SpanIncluding, KeepsATextOfSetCharactersWhole) {
+    EXPECT_EQ(spanned("123", DIGITS), "123");
+    EXPECT_EQ(spanned("", DIGITS), "");
+}
+
+TEST(SpanIncluding, EmptiesATextThatStartsOutsideTheSet) { EXPECT_EQ(spanned("abc", DIGITS), ""); }
+
+TEST(SpanIncluding, EmptiesTheTextForAnEmptySet) {
+    EXPECT_EQ(spanned("123", ""), "");
+    EXPECT_EQ(spanned("", ""), "");
+}
+
+TEST(SpanIncluding, TakesTheTextAsItsOwnSet) {
+    std::string text = "abcabc";
+    ns::SpanIncluding(text, text);
+    EXPECT_EQ(text, "abcabc");
+}
+
+TEST(SpanIncluding, AgreesWithTheModel) {
+    const std::string_view alphabet("ab\0", 3);
+    const std::vector<std::string> sets = texts_over(alphabet, 3);
+    for (const std::string& text : texts_over(alphabet, 5)) {
+        for (const std::string& set : sets) {
+            std::string expected;
+            for (std::size_t i = 0; i < text.size() && contains(set, text[i]); ++i) {
+                expected += text[i];
+            }
+            ASSERT_EQ(spanned(text, set), expected) << text << '/' << set;
+        }
+    }
+}
+
+namespace {
+
+// ASCII only, as in the classic locale.
+char model_upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
+std::string model_upper(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) { return model_upper(c); });
+    return text;
+}
+
+int model_ifind(const std::string& haystack, const std::string& needle) {
+    for (std::size_t start = 0; start < haystack.size() && !needle.empty(); ++start) {
+        std::size_t matched = 0;
+        while (matched < needle.size() && start + matched < haystack.size() &&
+               model_upper(haystack[start + matched]) == model_upper(needle[matched])) {
+            ++matched;
+        }
+        if (matched == needle.size()) {
+            return static_cast<int>(start);
+        }
+    }
+    return -1;
+}
+
+} // namespace
+
+TEST(Ifind, FindsTheFirstOccurrenceRegardlessOfCase) {
+    EXPECT_EQ(ns::ifind("Hello World", "WORLD"), 6);
+    EXPECT_EQ(ns::ifind("Hello World", "hello"), 0);
+    EXPECT_EQ(ns::ifind("abcABC", "AbC"), 0);
+    EXPECT_EQ(ns::ifind("xaXa", "XA"), 0);
+    EXPECT_EQ(ns::ifind("Hello World", "o"), 4);
+}
+
+TEST(Ifind, IsMinusOneWhenThereIsNone) {
+    EXPECT_EQ(ns::ifind("Hello World", "worlds"), -1);
+    EXPECT_EQ(ns::ifind("ab", "abc"), -1);
+    EXPECT_EQ(ns::ifind("abc", "d"), -1);
+}
+
+TEST(Ifind, IsMinusOneForAnEmptyText) {
+    EXPECT_EQ(ns::ifind("abc", ""), -1);
+    EXPECT_EQ(ns::ifind("", "abc"), -1);
+    EXPECT_EQ(ns::ifind("", ""), -1);
+}
+
+// A start that fails late is followed by one that overlaps it.
+TEST(Ifind, MovesOnByOnePosition) {
+    EXPECT_EQ(ns::ifind("aaab", "AAB"), 1);
+    EXPECT_EQ(ns::ifind("ababac", "abac"), 2);
+    EXPECT_EQ(ns::ifind("xab", "ab"), 1);
+}
+
+TEST(Ifind, TakesNulLikeAnyCharacter) {
+    EXPECT_EQ(ns::ifind(std::string("a\0B", 3), "b"), 2);
+    EXPECT_EQ(ns::ifind(std::string("a\0B", 3), std::string("\0b", 2)), 1);
+}
+
+TEST(Ifind, TakesTheSameTextTwice) {
+    const std::string text = "abc";
+    EXPECT_EQ(ns::ifind(text, text), 0);
+}
+
+TEST(Ifind, AgreesWithTheModel) {
+    const std::vector<std::string> needles = texts_over("aAb", 3);
+    for (const std::string& haystack : texts_over("aAb", 6)) {
+        for (const std::string& needle : needles) {
+            ASSERT_EQ(ns::ifind(haystack, needle), model_ifind(haystack, needle))
+                << haystack << '/' << needle;
+        }
+    }
+}
+
+TEST(Ifind, FoldsOnlyAsciiLettersInTheClassicLocale) {
+    for (const char a : all_bytes()) {
+        for (const char b : all_bytes()) {
+            ASSERT_EQ(ns::ifind(std::string(1, a), std::string(1, b)),
+                      model_upper(a) == model_upper(b) ? 0 : -1)
+                << int{to_byte(a)} << '/' << int{to_byte(b)};
+        }
+    }
+}
+
+TEST(Ifind, FoldsByTheGlobalLocaleAtTheCall) {
+    EXPECT_EQ(ns::ifind("a#b", "@"), -1);
+    {
+        const GlobalLocale locale(strange_locale());
+        EXPECT_EQ(ns::ifind("a#b", "@"), 1);
+        EXPECT_EQ(ns::ifind("a@b", "#"), 1);
+        EXPECT_EQ(ns::ifind("ab\xe9", "b@"), 1);
+        EXPECT_EQ(ns::ifind("ABC", "b"), -1);
+        EXPECT_EQ(ns::ifind("ABC", "B"), 1);
+    }
+    EXPECT_EQ(ns::ifind("a#b", "@"), -1);
+    EXPECT_EQ(ns::ifind("ABC", "b"), 1);
+}
+
+// Comparison and normalisation
+
+TEST(Icompare, IgnoresCase) {
+    EXPECT_EQ(ns::icompare(std::string("abc"), std::string("ABC")), 0);
+    EXPECT_EQ(ns::icompare(std::string(""), std::string("")), 0);
+    EXPECT_LT(ns::icompare(std::string("a"), std::string("B")), 0);
+    EXPECT_GT(ns::icompare(std::string("b"), std::string("A")), 0);
+}
+
+TEST(Icompare, PutsAPrefixFirst) {
+    EXPECT_LT(ns::icompare(std::string("ab"), std::string("ABC")), 0);
+    EXPECT_GT(ns::icompare(std::string("abc"), std::string("AB")), 0);
+    EXPECT_LT(ns::icompare(std::string(""), std::string("a")), 0);
+    EXPECT_GT(ns::icompare(std::string("a"), std::string("")), 0);
+    EXPECT_LT(ns::icompare(std::string("ab"), std::string("ab\0", 3)), 0);
+}
+
+TEST(Icompare, TakesTheFirstDifferenceBeforeTheLength) {
+    EXPECT_LT(ns::icompare(std::string("abz"), std::string("b")), 0);
+    EXPECT_GT(ns::icompare(std::string("b"), std::string("abz")), 0);
+}
+
+TEST(Icompare, LooksBehindNul) {
+    EXPECT_LT(ns::icompare(std::string("a\0b", 3), std::string("a\0c", 3)), 0);
+    EXPECT_EQ(ns::icompare(std::string("a\0b", 3), std::string("A\0B", 3)), 0);
+}
+
+// '_' stands between the upper-case and the lower-case letters.
+TEST(Icompare, ComparesInUpperCase) {
+    EXPECT_LT(ns::icompare(std::string("a"), std::string("_")), 0);
+    EXPECT_LT(ns::icompare(std::string("Z"), std::string("_")), 0);
+    EXPECT_GT(ns::icompare(std::string("_"), std::string("z")), 0);
+}
+
+TEST(Icompare, OrdersEveryPairOfBytesAsUnsignedUpperCase) {
+    for (const char* const name : {"C", "C.UTF-8"}) {
+        const CLocale locale(name);
+        for (const char a : all_bytes()) {
+            for (const char b : all_bytes()) {
+                const int expected = to_byte(model_upper(a)) - to_byte(model_upper(b));
+                ASSERT_EQ(sign(ns::icompare(std::string(1, a), std::string(1, b))), sign(expected))
+                    << int{to_byte(a)} << '/' << int{to_byte(b)} << " in " << name;
+            }
+        }
+    }
+}
+
+TEST(Icompare, AgreesWithTheModel) {
+    const std::vector<std::string> texts = texts_over("aAb_", 4);
+    for (const std::string& a : texts) {
+        for (const std::string& b : texts) {
+            ASSERT_EQ(sign(ns::icompare(a, b)), sign(model_upper(a).compare(model_upper(b))))
+                << a << '/' << b;
+        }
+    }
+}
+
+TEST(Icompare, TakesCStringsOnEitherSide) {
+    const std::string text = "Key";
+    for (const auto& [other, expected] : std::vector<std::pair<const char*, int>>{
+             {"kEY", 0}, {"KEZ", -1}, {"kex", 1}, {"ke", 1}, {"keys", -1}, {"", 1}}) {
+        EXPECT_EQ(sign(ns::icompare(text, other)), expected) << other;
+        EXPECT_EQ(sign(ns::icompare(other, text)), -expected) << other;
+        EXPECT_EQ(sign(ns::icompare(text.c_str(), other)), expected) << other;
+        EXPECT_EQ(sign(ns::icompare(text, std::string(other))), expected) << other;
+    }
+}
+
+TEST(Icompare, ReadsCStringsUpToTheirNul) {
+    EXPECT_EQ(ns::icompare("ab\0c", std::string("AB")), 0);
+    EXPECT_EQ(ns::icompare("ab\0c", "AB\0D"), 0);
+    EXPECT_GT(ns::icompare(std::string("ab\0c", 4), "ab"), 0);
+}
+
+TEST(Icompare, TakesNullForTheEmptyText) {
+    const char* const null = nullptr;
+    EXPECT_EQ(ns::icompare(null, null), 0);
+    EXPECT_EQ(ns::icompare(null, ""), 0);
+    EXPECT_EQ(ns::icompare("", null), 0);
+    EXPECT_EQ(ns::icompare(null, std::string()), 0);
+    EXPECT_EQ(ns::icompare(std::string(), null), 0);
+    EXPECT_LT(ns::icompare(null, "a"), 0);
+    EXPECT_GT(ns::icompare("a", null), 0);
+    EXPECT_LT(ns::icompare(null, std::string("a")), 0);
+    EXPECT_GT(ns::icompare(std::string("a"), null), 0);
+    EXPECT_LT(ns::icompare(null, std::string(1, '\0')), 0);
+}
+
+TEST(Icompare, TakesTheSameTextTwice) {
+    const std::string text = "abc";
+    EXPECT_EQ(ns::icompare(text, text), 0);
+    EXPECT_EQ(ns::icompare(text.c_str(), text), 0);
+}
+
+TEST(Icompare, DoesNotLookAtTheStdLocale) {
+    const GlobalLocale locale(strange_locale());
+    EXPECT_EQ(ns::icompare("abc", "ABC"), 0);
+    EXPECT_LT(ns::icompare("#", "@"), 0);
+}
+
+TEST(CaseInsensitiveCompare, IsTrueWhenTheComparisonIsNegative) {
+    const ns::CaseInsensitiveCompare less{};
+    EXPECT_TRUE(less("ab", "ABC"));
+    EXPECT_FALSE(less("ABC", "ab"));
+    EXPECT_FALSE(less("abc", "ABC"));
+    EXPECT_TRUE(less("a", "_"));
+    EXPECT_FALSE(less("", ""));
+}
+
+TEST(CaseInsensitiveCompare, OrdersLikeIcompare) {
+    const ns::CaseInsensitiveCompare less{};
+    const std::vector<std::string> texts = texts_over("aB\xff", 3);
+    for (const std::string& a : texts) {
+        for (const std::string& b : texts) {
+            ASSERT_EQ(less(a, b), ns::icompare(a, b) < 0) << a << '/' << b;
+        }
+    }
+}
+
+TEST(CaseInsensitiveCompare, HasNoData) {
+    EXPECT_TRUE(std::is_empty_v<ns::CaseInsensitiveCompare>);
+    EXPECT_TRUE((std::is_same_v<decltype(&ns::CaseInsensitiveCompare::operator()),
+                                bool (ns::CaseInsensitiveCompare::*)(const std::string&,
+                                                                     const std::string&) const>));
+}
+
+TEST(CaseInsensitiveCompare, MakesOneMapKeyOfNamesThatDifferInCase) {
+    std::map<std::string, int, ns::CaseInsensitiveCompare> map;
+    map["Key"] = 1;
+    map["KEY"] = 2;
+    map["other"] = 3;
+    EXPECT_EQ(map.size(), 2U);
+    EXPECT_EQ(map.at("kEy"), 2);
+    EXPECT_EQ(map.begin()->first, "Key");
+}
+
+namespace {
+
+std::string normalised(const std::string& source) {
+    std::string destination = "what stood there before";
+    ns::NormalizeNameCaseInsensitive(source, destination);
+    std::string text = source;
+    ns::NormalizeNameCaseInsensitive(text);
+    EXPECT_EQ(text, destination) << "the two forms differ";
+    return destination;
+}
+
+} // namespace
+
+TEST(Normalize, GivesUpperCase) {
+    EXPECT_EQ(normalised("Backup-7.vmdk"), "BACKUP-7.VMDK");
+    EXPECT_EQ(normalised(""), "");
+    EXPECT_EQ(normalised("ABC"), "ABC");
+    EXPECT_EQ(normalised(std::string("a\0b", 3)), std::string("A\0B", 3));
+}
+
+TEST(Normalize, ResizesTheDestination) {
+    std::string destination;
+    ns::NormalizeNameCaseInsensitive(std::string(100, 'x'), destination);
+    EXPECT_EQ(destination, std::string(100, 'X'));
+    ns::NormalizeNameCaseInsensitive("a", destination);
+    EXPECT_EQ(destination, "A");
+}
+
+TEST(Normalize, LeavesTheSourceUnchanged) {
+    const std::string source = "abc";
+    std::string destination;
+    ns::NormalizeNameCaseInsensitive(source, destination);
+    EXPECT_EQ(source, "abc");
+    EXPECT_EQ(destination, "ABC");
+}
+
+TEST(Normalize, ChangesOnlyAsciiLetters) {
+    for (const char* const name : {"C", "C.UTF-8"}) {
+        const CLocale locale(name);
+        EXPECT_EQ(normalised(all_bytes()), model_upper(all_bytes())) << name;
+    }
+}
+
+TEST(Normalize, DoesNotLookAtTheStdLocale) {
+    const GlobalLocale locale(strange_locale());
+    EXPECT_EQ(normalised("a#\xe9"), "A#\xe9");
+}
+
+TEST(Normalize, TakesTheSourceAsDestination) {
+    std::string text = "abc";
+    ns::NormalizeNameCaseInsensitive(text, text);
+    EXPECT_EQ(text, "ABC");
+}
+
+TEST(Normalize, GivesOneTextForEqualNames) {
+    const std::vector<std::string> texts = texts_over("aAb_", 3);
+    for (const std::string& a : texts) {
+        for (const std::string& b : texts) {
+            ASSERT_EQ(normalised(a) == normalised(b), ns::icompare(a, b) == 0) << a << '/' << b;
+        }
+    }
+}
+
+TEST(Normalize, NeverThrowsInPlace) {
+    EXPECT_TRUE(noexcept(ns::NormalizeNameCaseInsensitive(std::declval<std::string&>())));
+}
+
+// Bounded C strings
+
+TEST(Strlcat, AppendsWhatFits) {
+    char buffer[16] = "abc";
+    EXPECT_EQ(ns::strlcat(buffer, "defghij", 8), buffer);
+    EXPECT_STREQ(buffer, "abcdefg");
+}
+
+TEST(Strlcat, AppendsAllThatFits) {
+    char buffer[16] = "abc";
+    EXPECT_EQ(ns::strlcat(buffer, "de", 16), buffer);
+    EXPECT_STREQ(buffer, "abcde");
+    EXPECT_EQ(ns::strlcat(buffer, "", 16), buffer);
+    EXPECT_STREQ(buffer, "abcde");
+}
+
+TEST(Strlcat, AppendsNothingToAFullSpace) {
+    char buffer[16] = "abc";
+    EXPECT_EQ(ns::strlcat(buffer, "d", 4), buffer);
+    EXPECT_STREQ(buffer, "abc");
+}
+
+TEST(Strlcat, TouchesNothingWithoutANulInsideTheSize) {
+    for (unsigned int size = 0; size <= 3; ++size) {
+        char buffer[] = "abc";
+        EXPECT_EQ(ns::strlcat(buffer, "xyz", size), buffer);
+        EXPECT_STREQ(buffer, "abc") << size;
+    }
+}
+
+TEST(Strlcat, TakesANullSourceForTheEmptyText) {
+    char buffer[8] = "abc";
+    EXPECT_EQ(ns::strlcat(buffer, nullptr, 8), buffer);
+    EXPECT_STREQ(buffer, "abc");
+}
+
+TEST(Strlcat, ReadsNoMoreOfTheSourceThanItTakes) {
+    const std::vector<char> source{'d', 'e', 'f'}; // without a NUL
+    char buffer[16] = "abc";
+    EXPECT_EQ(ns::strlcat(buffer, source.data(), 7), buffer);
+    EXPECT_STREQ(buffer, "abcdef");
+}
+
+TEST(Strlcat, ReadsNoMoreOfTheDestinationThanItsSize) {
+    std::vector<char> destination{'a', 'b', 'c'}; // without a NUL
+    EXPECT_EQ(ns::strlcat(destination.data(), "xyz", 3), destination.data());
+    EXPECT_EQ(std::string(destination.begin(), destination.end()), "abc");
+}
+
+TEST(Strlcat, TakesASourceInsideTheDestination) {
+    char buffer[16] = "abcd";
+    ns::strlcat(buffer, buffer, sizeof buffer);
+    EXPECT_STREQ(buffer, "abcdabcd");
+    ns::strlcat(buffer, buffer + 6, sizeof buffer);
+    EXPECT_STREQ(buffer, "abcdabcdcd");
+    ns::strlcat(buffer, buffer, sizeof buffer);
+    EXPECT_STREQ(buffer, "abcdabcdcdabcda");
+}
+
+TEST(Strlcat, TakesADestinationInsideTheSource) {
+    char buffer[16] = "abcdef";
+    EXPECT_EQ(ns::strlcat(buffer + 2, buffer, 14), buffer + 2);
+    EXPECT_STREQ(buffer, "abcdefabcdef");
+}
+
+TEST(Strlcat, TakesTheLargestSize) {
+    char buffer[16] = "abc";
+    EXPECT_EQ(ns::strlcat(buffer, "def", UINT_MAX), buffer);
+    EXPECT_STREQ(buffer, "abcdef");
+}
+
+// Every length of both texts and every size, with every byte of the space looked at.
+TEST(Strlcat, AgreesWithTheModel) {
+    for (std::size_t length = 0; length <= 5; ++length) {
+        for (std::size_t added = 0; added <= 6; ++added) {
+            for (unsigned int size = 0; size <= 12; ++size) {
+                const std::string source = std::string("uvwxyz").substr(0, added);
+                std::string space = std::string("abcde").substr(0, length) + '\0';
+                space.resize(14, '~');
+                std::string expected = space;
+                if (length < size) {
+                    const std::string taken = source.substr(0, size - 1 - length) + '\0';
+                    expected.replace(length, taken.size(), taken);
+                }
+                ASSERT_EQ(ns::strlcat(space.data(), source.c_str(), size), space.data());
+                ASSERT_EQ(space, expected) << length << '/' << added << '/' << size;
+            }
+        }
+    }
+}
+
+TEST(Strlcpy, CopiesWhatFits) {
+    char buffer[16] = "~~~~~~~~~~~~~~~";
+    EXPECT_EQ(ns::strlcpy(buffer, "abcdef", 4), buffer);
+    EXPECT_STREQ(buffer, "abc");
+}
+
+TEST(Strlcpy, DropsWhatTheDestinationHeld) {
+    char buffer[16] = "something";
+    EXPECT_EQ(ns::strlcpy(buffer, "ab", 16), buffer);
+    EXPECT_STREQ(buffer, "ab");
+    EXPECT_EQ(ns::strlcpy(buffer, "", 16), buffer);
+    EXPECT_STREQ(buffer, "");
+}
+
+TEST(Strlcpy, OnlyTerminatesASpaceOfOne) {
+    char buffer[] = "~~";
+    EXPECT_EQ(ns::strlcpy(buffer, "abc", 1), buffer);
+    EXPECT_EQ(std::string(buffer, 3), std::string("\0~\0", 3));
+}
+
+TEST(Strlcpy, DoesNothingAndReturnsNullForASizeOfZero) {
+    char buffer[] = "~~";
+    EXPECT_EQ(ns::strlcpy(buffer, "abc", 0), nullptr);
+    EXPECT_STREQ(buffer, "~~");
+    EXPECT_EQ(ns::strlcpy(nullptr, "abc", 0), nullptr);
+    EXPECT_EQ(ns::strlcpy(nullptr, nullptr, 0), nullptr);
+}
+
+TEST(Strlcpy, TakesANullSourceForTheEmptyText) {
+    char buffer[] = "~~";
+    EXPECT_EQ(ns::strlcpy(buffer, nullptr, 3), buffer);
+    EXPECT_STREQ(buffer, "");
+}
+
+TEST(Strlcpy, ReadsNoMoreOfTheSourceThanItTakes) {
+    const std::vector<char> source{'a', 'b', 'c'}; // without a NUL
+    char buffer[8];
+    EXPECT_EQ(ns::strlcpy(buffer, source.data(), 4), buffer);
+    EXPECT_STREQ(buffer, "abc");
+}
+
+TEST(Strlcpy, TakesASourceBehindTheStartOfTheDestination) {
+    char buffer[16] = "abcdef";
+    EXPECT_EQ(ns::strlcpy(buffer, buffer + 2, sizeof buffer), buffer);
+    EXPECT_STREQ(buffer, "cdef");
+}
+
+TEST(Strlcpy, AgreesWithTheModel) {
+    for (std::size_t length = 0; length <= 6; ++length) {
+        for (unsigned int size = 1; size <= 9; ++size) {
+            const std::string source = std::string("uvwxyz").substr(0, length);
+            std::string space(10, '~');
+            const std::string taken = source.substr(0, size - 1) + '\0';
+            std::string expected = space;
+            expected.replace(0, taken.size(), taken);
+            ASSERT_EQ(ns::strlcpy(space.data(), source.c_str(), size), space.data());
+            ASSERT_EQ(space, expected) << length << '/' << size;
+        }
+    }
+}
+
+// Formatting
+
+namespace {
+
+// What a format gives through the form for argument lists, used twice, and the list's first argument
+// when it is read afterwards.
+struct ListRun {
+    int count = 0;
+    std::string text;
+    int second_count = 0;
+    std::string second_text;
+    int first_argument = 0;
+};
+
+__attribute__((format(printf, 1, 2))) ListRun run_list(const char* format, ...) {
+    ListRun run;
+    va_list arguments;
+    va_start(arguments, format);
+    run.count = ns::sprintfSafe(run.text, format, arguments);
+    run.second_count = ns::sprintfSafe(run.second_text, format, arguments);
+    run.first_argument = va_arg(arguments, int);
+    va_end(arguments);
+    return run;
+}
+
+// A wide character that the C locale cannot write.
+const wchar_t UNWRITABLE[] = L"a\x20ac";
+
+} // namespace
+
+TEST(SprintfSafe, FormatsAsTheCLibraryDoes) {
+    std::string out;
+    EXPECT_EQ(ns::sprintfSafe(out, "%s: %d of %5.1f%% [%-4s|%04x]", "done", -3, 12.25, "ab", 255),
+              30);
+    EXPECT_EQ(out, "done: -3 of  12.2% [ab  |00ff]");
+}
+
+TEST(SprintfSafe, DropsWhatOutHeld) {
+    std::string out = "what stood there before";
+    EXPECT_EQ(ns::sprintfSafe(out, "%d", 7), 1);
+    EXPECT_EQ(out, "7");
+}
+
+TEST(SprintfSafe, ReturnsZeroForAnEmptyText) {
+    std::string out = "what stood there before";
+    EXPECT_EQ(ns::sprintfSafe(out, "%s", ""), 0);
+    EXPECT_EQ(out, "");
+    out = "what stood there before";
+    const std::string empty;
+    EXPECT_EQ(ns::sprintfSafe(out, empty.c_str(), 1), 0);
+    EXPECT_EQ(out, "");
+}
+
+TEST(SprintfSafe, TakesANullFormatForTheEmptyText) {
+    std::string out = "what stood there before";
+    const char* volatile null = nullptr;
+    EXPECT_EQ(ns::sprintfSafe(out, null, 1), 0);
+    EXPECT_EQ(out, "");
+}
+
+TEST(SprintfSafe, ReturnsTextsOfEveryLengthAroundTheFirstBufferWhole) {
+    for (std::size_t length = 1000; length <= 1050; ++length) {
+        std::string text;
+        for (std::size_t i = 0; i < length; ++i) {
+            text += static_cast<char>('a' + i % 26);
+        }
+        std::string out;
+        ASSERT_EQ(ns::sprintfSafe(out, "%s", text.c_str()), static_cast<int>(length));
+        ASSERT_EQ(out, text);
+        ASSERT_EQ(ns::format_string("%s", text.c_str()), text);
+    }
+}
+
+TEST(SprintfSafe, ReturnsVeryLongTextsWhole) {
+    const std::string text(5000000, 'x');
+    std::string out;
+    EXPECT_EQ(ns::sprintfSafe(out, "<%s>", text.c_str()), 5000002);
+    EXPECT_EQ(out, '<' + text + '>');
+    EXPECT_EQ(ns::sprintfSafe(out, "%*d", 3000000, 7), 3000000);
+    EXPECT_EQ(out, std::string(2999999, ' ') + '7');
+}
+
+TEST(SprintfSafe, CutsTheTextAtItsFirstNul) {
+    std::string out;
+    EXPECT_EQ(ns::sprintfSafe(out, "ab%ccd%c", 0, 0), 6);
+    EXPECT_EQ(out, "ab");
+}
+
+TEST(SprintfSafe, IsEmptyWhenNulComesFirst) {
+    std::string out = "what stood there before";
+    EXPECT_EQ(ns::sprintfSafe(out, "%cabc", 0), 4);
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(ns::sprintfSafe(out, "%c", 0), 1);
+    EXPECT_EQ(out, "");
+}
+
+TEST(SprintfSafe, CutsALongTextAtItsFirstNul) {
+    std::string out;
+    EXPECT_EQ(ns::sprintfSafe(out, "ab%c%2000d", 0, 1), 2003);
+    EXPECT_EQ(out, "ab");
+    EXPECT_EQ(ns::sprintfSafe(out, "%2000d%c%2000d", 1, 0, 2), 4001);
+    EXPECT_EQ(out, std::string(1999, ' ') + '1');
+    EXPECT_EQ(ns::sprintfSafe(out, "%c%2000d", 0, 1), 2001);
+    EXPECT_EQ(out, "");
+}
+
+TEST(SprintfSafe, IsNegativeAndEmptyWhenACharacterCannotBeWritten) {
+    const CLocale locale("C");
+    std::string out = "what stood there before";
+    EXPECT_LT(ns::sprintfSafe(out, "%ls", UNWRITABLE), 0);
+    EXPECT_EQ(out, "");
+    out = "what stood there before";
+    EXPECT_LT(ns::sprintfSafe(out, "%2000d%ls", 1, UNWRITABLE), 0);
+    EXPECT_EQ(out, "");
+}
+
+TEST(SprintfSafe, IsNegativeAndEmptyWhenTheTextIsTooLongToCount) {
+    std::string out = "what stood there before";
+    const std::string format = "%99999999999d";
+    EXPECT_LT(ns::sprintfSafe(out, format.c_str(), 1), 0);
+    EXPECT_EQ(out, "");
+}
+
+TEST(SprintfSafe, WritesInTheCurrentCLocale) {
+    const CLocale locale("C.UTF-8");
+    std::string out;
+    EXPECT_EQ(ns::sprintfSafe(out, "%ls", UNWRITABLE), 4);
+    EXPECT_EQ(out, "a\xe2\x82\xac");
+}
+
+TEST(SprintfSafe, DoesNotConsumeTheArgumentList) {
+    const ListRun run = run_list("%d %s %.1f %lld", 42, "text", 0.5, 123456789012LL);
+    EXPECT_EQ(run.count, 24);
+    EXPECT_EQ(run.text, "42 text 0.5 123456789012");
+    EXPECT_EQ(run.second_count, run.count);
+    EXPECT_EQ(run.second_text, run.text);
+    EXPECT_EQ(run.first_argument, 42);
+}
+
+TEST(SprintfSafe, DoesNotConsumeTheArgumentListOfALongText) {
+    const ListRun run = run_list("%d %2000d %s", 42, 7, "end");
+    EXPECT_EQ(run.count, 2007);
+    EXPECT_EQ(run.text, "42 " + std::string(1999, ' ') + "7 end");
+    EXPECT_EQ(run.second_count, run.count);
+    EXPECT_EQ(run.second_text, run.text);
+    EXPECT_EQ(run.first_argument, 42);
+}
+
+TEST(SprintfSafe, DoesNotConsumeTheArgumentListOfAFailure) {
+    const CLocale locale("C");
+    const ListRun run = run_list("%d %ls", 42, UNWRITABLE);
+    EXPECT_LT(run.count, 0);
+    EXPECT_EQ(run.text, "");
+    EXPECT_LT(run.second_count, 0);
+    EXPECT_EQ(run.first_argument, 42);
+}
+
+// More arguments than registers hold.
+TEST(SprintfSafe, PassesEveryArgumentOfAList) {
+    const ListRun run = run_list("%d %d %d %d %d %d %d %d %g %g %g %g %g %g %g %g %g %g", 1, 2, 3,
+                                 4, 5, 6, 7, 8, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 8.5, 9.5, 10.5);
+    EXPECT_EQ(run.text, "1 2 3 4 5 6 7 8 1.5 2.5 3.5 4.5 5.5 6.5 7.5 8.5 9.5 10.5");
+    EXPECT_EQ(run.second_text, run.text);
+}
+
+// `out` is emptied before anything is formatted.
+TEST(SprintfSafe, ReadsAnArgumentInsideOutAsEmpty) {
+    for (const std::size_t length : {3U, 100U, 1023U, 1024U, 5000U}) {
+        std::string out(length, 'o');
+        EXPECT_EQ(ns::sprintfSafe(out, "[%s]", out.c_str()), 2) << length;
+        EXPECT_EQ(out, "[]") << length;
+    }
+}
+
+TEST(SprintfSafe, ReadsAFormatInsideOutAsEmpty) {
+    std::string out = "a format of %d arguments";
+    EXPECT_EQ(ns::sprintfSafe(out, out.c_str(), 1), 0);
+    EXPECT_EQ(out, "");
+}
+
+namespace {
+
+// A conversion of this test, %Y: writes `probe_length` characters, or fails from its
+// `probe_failure`th call on.
+int probe_calls = 0;
+int probe_failure = INT_MAX;
+int probe_length = 0;
+
+int write_probe(std::FILE* stream, const printf_info*, const void* const*) {
+    ++probe_calls;
+    if (probe_calls >= probe_failure) {
+        return -1;
+    }
+    for (int i = 0; i < probe_length; ++i) {
+        std::putc('y', stream);
+    }
+    return probe_length;
+}
+
+int describe_probe(const printf_info*, std::size_t, int*, int*) { return 0; }
+
+// Formats "%Y" while the conversion is known.
+int format_probe(std::string& out, int length, int failure) {
+    probe_calls = 0;
+    probe_length = length;
+    probe_failure = failure;
+    EXPECT_EQ(register_printf_specifier('Y', write_probe, describe_probe), 0);
+    const std::string format = "%Y";
+    const int count = ns::sprintfSafe(out, format.c_str(), 0);
+    register_printf_specifier('Y', nullptr, nullptr);
+    return count;
+}
+
+} // namespace
+
+TEST(SprintfSafe, FormatsOnceWhenTheFirstBufferIsLargeEnough) {
+    std::string out;
+    EXPECT_EQ(format_probe(out, 1023, INT_MAX), 1023);
+    EXPECT_EQ(out, std::string(1023, 'y'));
+    EXPECT_EQ(probe_calls, 1);
+}
+
+TEST(SprintfSafe, FormatsTwiceAtMost) {
+    std::string out;
+    EXPECT_EQ(format_probe(out, 1024, INT_MAX), 1024);
+    EXPECT_EQ(out, std::string(1024, 'y'));
+    EXPECT_EQ(probe_calls, 2);
+    EXPECT_EQ(format_probe(out, 300000, INT_MAX), 300000);
+    EXPECT_EQ(out, std::string(300000, 'y'));
+    EXPECT_EQ(probe_calls, 2);
+}
+
+TEST(SprintfSafe, StopsAfterAFailure) {
+    std::string out = "what stood there before";
+    EXPECT_LT(format_probe(out, 5000, 1), 0);
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(probe_calls, 1);
+    out = "what stood there before";
+    EXPECT_LT(format_probe(out, 5000, 2), 0);
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(probe_calls, 2);
+}
+
+TEST(FormatString, ReturnsTheText) {
+    EXPECT_EQ(ns::format_string("%s: %d files", "done", 3), "done: 3 files");
+    EXPECT_EQ(ns::format_string("%s", ""), "");
+    EXPECT_EQ(ns::format_string("%%"), "%");
+    EXPECT_EQ(ns::format_string("%2000d", 1), std::string(1999, ' ') + '1');
+}
+
+TEST(FormatString, TakesCharacterPointers) {
+    char text[] = "abc";
+    char* const writable = text;
+    EXPECT_EQ(ns::format_string("%s", writable), "abc");
+}
+
+TEST(FormatString, IsEmptyWhenTheFormatCannotBeRendered) {
+    const CLocale locale("C");
+    EXPECT_EQ(ns::format_string("text %ls", UNWRITABLE), "");
+}
+
+TEST(FormatString, CutsTheTextAtItsFirstNul) { EXPECT_EQ(ns::format_string("ab%ccd", 0), "ab"); }
+
+TEST(FormatString, TakesANullFormatForTheEmptyText) {
+    const char* volatile null = nullptr;
+    EXPECT_EQ(ns::format_string(null, 1), "");
+}
+
+// XML escaping
+
+namespace {
+
+// One replacement after the other over the whole text, each search going on behind what it replaced.
+void model_replace_all(std::string& text, const std::string& from, const std::string& to,
+                       std::size_t step) {
+    for (std::size_t position = 0; (position = text.find(from, position)) != std::string::npos;
+         position += step) {
+        text.replace(position, from.size(), to);
+    }
+}
+
+std::string model_escape(std::string text) {
+    model_replace_all(text, "&", "&amp;", 1);
+    model_replace_all(text, "<", "&lt;", 1);
+    model_replace_all(text, ">", "&gt;", 1);
+    return text;
+}
+
+std::string model_unescape(std::string text) {
+    model_replace_all(text, "&gt;", ">", 1);
+    model_replace_all(text, "&lt;", "<", 1);
+    model_replace_all(text, "&amp;", "&", 1);
+    return text;
+}
+
+// The narrow and the wide form side by side.
+std::string escaped(std::string text) {
+    std::wstring wide = widened(text);
+    ns::xml_escape(text);
+    ns::xml_escape(wide);
+    EXPECT_EQ(wide, widened(text)) << "the two forms differ";
+    return text;
+}
+
+std::string unescaped(std::string text) {
+    std::wstring wide = widened(text);
+    ns::xml_unescape(text);
+    ns::xml_unescape(wide);
+    EXPECT_EQ(wide, widened(text)) << "the two forms differ";
+    return text;
+}
+
+} // namespace
+
+TEST(XmlEscape, ReplacesTheThreeMarkupCharacters) {
+    EXPECT_EQ(escaped("&"), "&amp;");
+    EXPECT_EQ(escaped("<"), "&lt;");
+    EXPECT_EQ(escaped(">"), "&gt;");
+    EXPECT_EQ(escaped("a<b>&c"), "a&lt;b&gt;&amp;c");
+    EXPECT_EQ(escaped("<<&&>>"), "&lt;&lt;&amp;&amp;&gt;&gt;");
+}
+
+TEST(XmlEscape, DoesNotEscapeWhatItInserted) {
+    EXPECT_EQ(escaped("&lt;"), "&amp;lt;");
+    EXPECT_EQ(escaped("&amp;"), "&amp;amp;");
+}
+
+TEST(XmlEscape, LeavesEveryOtherByte) {
+    for (const char c : all_bytes()) {
+        if (c != '&' && c != '<' && c != '>') {
+            EXPECT_EQ(escaped(std::string(2, c)), std::string(2, c)) << int{to_byte(c)};
+        }
+    }
+    EXPECT_EQ(escaped("\"it's\""), "\"it's\"");
+    EXPECT_EQ(escaped(""), "");
+}
+
+TEST(XmlEscape, AgreesWithTheModel) {
+    for (const std::string& text : texts_over("&<>a;", 6)) {
+        ASSERT_EQ(escaped(text), model_escape(text));
+    }
+}
+
+TEST(XmlEscape, LeavesWideCharactersBeyondOneByte) {
+    std::wstring text = L"\x126<\x13c&\x20ac>\x1f600";
+    ns::xml_escape(text);
+    EXPECT_EQ(text, L"\x126&lt;\x13c&amp;\x20ac&gt;\x1f600");
+}
+
+TEST(XmlUnescape, UndoesTheThreeEntities) {
+    EXPECT_EQ(unescaped("&amp;"), "&");
+    EXPECT_EQ(unescaped("&lt;"), "<");
+    EXPECT_EQ(unescaped("&gt;"), ">");
+    EXPECT_EQ(unescaped("a&lt;b&gt;&amp;c"), "a<b>&c");
+}
+
+TEST(XmlUnescape, UndoesOneLevel) {
+    EXPECT_EQ(unescaped("&amp;lt;"), "&lt;");
+    EXPECT_EQ(unescaped("&amp;gt;"), "&gt;");
+    EXPECT_EQ(unescaped("&amp;amp;"), "&amp;");
+    EXPECT_EQ(unescaped("&amp;amp;lt;"), "&amp;lt;");
+}
+
+TEST(XmlUnescape, DoesNotJoinWhatItUndid) {
+    EXPECT_EQ(unescaped("&&gt;lt;"), "&>lt;");
+    EXPECT_EQ(unescaped("&&amp;amp;"), "&&amp;");
+    EXPECT_EQ(unescaped("&amp;&lt;amp;"), "&<amp;");
+}
+
+TEST(XmlUnescape, KnowsNoOtherEntity) {
+    for (const char* const text :
+         {"&quot;", "&apos;", "&nbsp;", "&#38;", "&#x26;", "&AMP;", "&Lt;", "&amp", "&lt", "amp;",
+          "&;", "&", "& lt;", "&lt ;", "&am", "&g", ""}) {
+        EXPECT_EQ(unescaped(text), text);
+    }
+}
+
+TEST(XmlUnescape, AgreesWithTheModelOnCharacters) {
+    for (const std::string& text : texts_over("&lgt;", 7)) {
+        ASSERT_EQ(unescaped(text), model_unescape(text));
+    }
+    for (const std::string& text : texts_over("&amp;", 7)) {
+        ASSERT_EQ(unescaped(text), model_unescape(text));
+    }
+}
+
+// Every sequence of up to six of the pieces that entities are made of.
+TEST(XmlUnescape, AgreesWithTheModelOnPieces) {
+    const std::string pieces[] = {"&", "amp;", "lt;", "gt;", "&amp;", "a", ";"};
+    for (const std::string& choice : texts_over("0123456", 6)) {
+        std::string text;
+        for (const char c : choice) {
+            text += pieces[c - '0'];
+        }
+        ASSERT_EQ(unescaped(text), model_unescape(text));
+    }
+}
+
+TEST(XmlUnescape, LeavesWideCharactersBeyondOneByte) {
+    std::wstring text = L"\x126&lt;\x13c&amp;\x20ac&gt;\x1f600&\x16cmp;";
+    ns::xml_unescape(text);
+    EXPECT_EQ(text, L"\x126<\x13c&\x20ac>\x1f600&\x16cmp;");
+}
+
+TEST(Xml, UnescapeGivesBackWhatWasEscaped) {
+    EXPECT_EQ(unescaped(escaped(all_bytes())), all_bytes());
+    for (const std::string& text : texts_over("&<;lta", 5)) {
+        ASSERT_EQ(unescaped(escaped(text)), text);
+    }
+}
+
+TEST(Xml, IsLinearInALongText) {
+    const std::string text(1000000, '&');
+    std::string changed = text;
+    ns::xml_escape(changed);
+    ASSERT_EQ(changed.size(), 5000000U);
+    ns::xml_unescape(changed);
+    EXPECT_EQ(changed, text);
+}
+
+namespace {
+
+std::string referenced(std::string text) {
+    const std::string copy = ns::utf8_to_xml(std::as_const(text));
+    ns::utf8_to_xml(text);
+    EXPECT_EQ(copy, text) << "the two forms differ";
+    return text;
+}
+
+std::string model_reference(char c) {
+    const unsigned int byte = to_byte(c);
+    if ((byte >= 0x01 && byte <= 0x1f) || (byte >= 0x7f && byte <= 0x9f)) {
+        char reference[16];
+        std::snprintf(reference, sizeof reference, "&#x%.2X;", byte);
+        return reference;
+    }
+    return std::string(1, c);
+}
+
+} // namespace
+
+TEST(Utf8ToXml, ReplacesControlBytesByReferences) {
+    EXPECT_EQ(referenced("a\tb\nc"), "a&#x09;b&#x0A;c");
+    EXPECT_EQ(referenced("\x01\x1f\x7f\x80\x9f"), "&#x01;&#x1F;&#x7F;&#x80;&#x9F;");
+}
+
+TEST(Utf8ToXml, LeavesOtherBytes) {
+    EXPECT_EQ(referenced(""), "");
+    EXPECT_EQ(referenced(" ~\xa0\xff"), " ~\xa0\xff");
+    EXPECT_EQ(referenced(std::string(1, '\0')), std::string(1, '\0'));
+    EXPECT_EQ(referenced("&<>\"'"), "&<>\"'");
+}
+
+TEST(Utf8ToXml, LeavesASequenceWithoutC1BytesWhole) {
+    EXPECT_EQ(referenced("\xc3\xa9\t\n"), "\xc3\xa9&#x09;&#x0A;");
+}
+
+TEST(Utf8ToXml, ReplacesC1BytesInsideASequence) {
+    EXPECT_EQ(referenced("\xc3\x89"), "\xc3&#x89;");
+    EXPECT_EQ(referenced("\xe2\x82\xac"), "\xe2&#x82;\xac");
+}
+
+TEST(Utf8ToXml, ReplacesEveryByteAndPairByItsRule) {
+    for (const char a : all_bytes()) {
+        ASSERT_EQ(referenced(std::string(1, a)), model_reference(a)) << int{to_byte(a)};
+        for (const char b : all_bytes()) {
+            ASSERT_EQ(referenced(std::string{a, b}), model_reference(a) + model_reference(b))
+                << int{to_byte(a)} << '/' << int{to_byte(b)};
+        }
+    }
+}
+
+TEST(Utf8ToXml, LeavesTheArgumentOfTheCopyUnchanged) {
+    const std::string text = "a\tb";
+    EXPECT_EQ(ns::utf8_to_xml(text), "a&#x09;b");
+    EXPECT_EQ(text, "a\tb");
+}
+
+TEST(Utf8ToXml, IsLinearInALongText) {
+    std::string text(1000000, '\n');
+    ns::utf8_to_xml(text);
+    EXPECT_EQ(text.size(), 6000000U);
+    EXPECT_EQ(text.substr(5999994), "&#x0A;");
+}
+
+// Hex dump
+
+namespace {
+
+int to_length(const std::string& data) { return static_cast<int>(data.size()); }
+
+std::string dumped(const std::string& data, const char* title = nullptr,
+                   const char* prefix = nullptr) {
+    std::string out = "what stood there before";
+    EXPECT_TRUE(ns::hex_dump(out, data.data(), to_length(data), title, prefix));
+    return out;
+}
+
+std::string model_dump(const std::string& data, const char* title, const char* prefix) {
+    std::string out;
+    if (title != nullptr) {
+        out = std::string(title) + '\n';
+    }
+    for (std::size_t offset = 0; offset < data.size(); offset += 16) {
+        std::string digits;
+        std::string characters;
+        for (std::size_t i = offset; i < offset + 16; ++i) {
+            if (i >= data.size()) {
+                digits += "  ";
+                characters += ' ';
+                continue;
+            }
+            const unsigned int byte = to_byte(data[i]);
+            digits += "0123456789abcdef"[byte / 16];
+            digits += "0123456789abcdef"[byte % 16];
+            characters += byte >= 0x20 && byte <= 0x7e ? data[i] : '.';
+        }
+        if (prefix != nullptr) {
+            out += std::string(prefix) + ' ';
+        }
+        char line[128];
+        std::snprintf(line, sizeof line, "%04x  %s ** %s **\n", static_cast<unsigned int>(offset),
+                      digits.c_str(), characters.c_str());
+        out += line;
+    }
+    return out;
+}
+
+// Bytes of every kind in no simple order.
+std::string some_bytes(std::size_t count) {
+    std::string data;
+    for (std::size_t i = 0; i < count; ++i) {
+        data += static_cast<char>(i * 37 + i / 7);
+    }
+    return data;
+}
+
+} // namespace
+
+TEST(HexDump, ShowsOffsetDigitsAndCharacters) {
+    EXPECT_EQ(dumped(std::string("A\0z", 3)),
+              "0000  41007a" + std::string(26, ' ') + " ** A.z" + std::string(13, ' ') + " **\n");
+}
+
+TEST(HexDump, ShowsSixteenBytesALine) {
+    EXPECT_EQ(dumped("0123456789abcdef"),
+              "0000  30313233343536373839616263646566 ** 0123456789abcdef **\n");
+    EXPECT_EQ(dumped("0123456789abcdefg"),
+              "0000  30313233343536373839616263646566 ** 0123456789abcdef **\n"
+              "0010  67                               ** g                **\n");
+}
+
+TEST(HexDump, PutsTheTitleInFront) {
+    EXPECT_EQ(dumped("z", "title"),
+              "title\n0000  7a                               ** z                **\n");
+    EXPECT_EQ(dumped("z", ""), "\n0000  7a                               ** z                **\n");
+}
+
+TEST(HexDump, PutsThePrefixAndABlankInFrontOfEveryLine) {
+    EXPECT_EQ(dumped("0123456789abcdefg", "title", "##"),
+              "title\n"
+              "## 0000  30313233343536373839616263646566 ** 0123456789abcdef **\n"
+              "## 0010  67                               ** g                **\n");
+    EXPECT_EQ(dumped("z", nullptr, ""),
+              " 0000  7a                               ** z                **\n");
+}
+
+TEST(HexDump, ShowsOnlyTheTitleWithoutData) {
+    for (const int length : {INT_MIN, -1, 0, 1, 100, INT_MAX}) {
+        std::string out = "what stood there before";
+        EXPECT_TRUE(ns::hex_dump(out, nullptr, length, "title", "##"));
+        EXPECT_EQ(out, "title\n") << length;
+        EXPECT_TRUE(ns::hex_dump(out, nullptr, length, nullptr, nullptr));
+        EXPECT_EQ(out, "") << length;
+    }
+}
+
+TEST(HexDump, ShowsOnlyTheTitleForALengthBelowOne) {
+    for (const int length : {INT_MIN, -16, -1, 0}) {
+        std::string out = "what stood there before";
+        EXPECT_TRUE(ns::hex_dump(out, "data", length, "title", "##"));
+        EXPECT_EQ(out, "title\n") << length;
+        EXPECT_TRUE(ns::hex_dump(out, "data", length, nullptr, "##"));
+        EXPECT_EQ(out, "") << length;
+    }
+}
+
+TEST(HexDump, AgreesWithTheModelForEveryLength) {
+    for (std::size_t length = 0; length <= 49; ++length) {
+        const std::string data = some_bytes(length);
+        EXPECT_EQ(dumped(data), model_dump(data, nullptr, nullptr)) << length;
+        EXPECT_EQ(dumped(data, "t"), model_dump(data, "t", nullptr)) << length;
+        EXPECT_EQ(dumped(data, nullptr, "p"), model_dump(data, nullptr, "p")) << length;
+        EXPECT_EQ(dumped(data, "t", "p"), model_dump(data, "t", "p")) << length;
+    }
+}
+
+TEST(HexDump, ShowsEveryByte) {
+    for (const char* const name : {"C", "C.UTF-8"}) {
+        const CLocale locale(name);
+        EXPECT_EQ(dumped(all_bytes()), model_dump(all_bytes(), nullptr, nullptr)) << name;
+        for (const char c : all_bytes()) {
+            const bool shown =
+                std::isalnum(to_byte(c)) != 0 || std::ispunct(to_byte(c)) != 0 || c == ' ';
+            EXPECT_EQ(dumped(std::string(1, c))[42], shown ? c : '.') << int{to_byte(c)};
+        }
+    }
+}
+
+TEST(HexDump, ReadsNoMoreThanTheLength) {
+    const std::vector<char> data{'a', 'b', 'c'};
+    std::string out;
+    EXPECT_TRUE(ns::hex_dump(out, data.data(), 2, nullptr, nullptr));
+    EXPECT_EQ(out, "0000  6162" + std::string(28, ' ') + " ** ab" + std::string(14, ' ') + " **\n");
+    EXPECT_TRUE(ns::hex_dump(out, data.data(), 3, nullptr, nullptr));
+    EXPECT_EQ(out,
+              "0000  616263" + std::string(26, ' ') + " ** abc" + std::string(13, ' ') + " **\n");
+}
+
+TEST(HexDump, HasAtLeastFourDigitsInTheOffset) {
+    const std::string out = dumped(some_bytes(0x10011));
+    const std::size_t width = 62; // of a line with four digits
+    EXPECT_EQ(out.substr(0, 6), "0000  ");
+    EXPECT_EQ(out.substr(width * 0x100, 6), "1000  ");
+    EXPECT_EQ(out.substr(width * 0xfff, 6), "fff0  ");
+    EXPECT_EQ(out.substr(width * 0x1000, 7), "10000  ");
+    EXPECT_EQ(out.substr(width * 0x1000 + width + 1, 7), "10010  ");
+    EXPECT_EQ(out.size(), width * 0x1000 + 2 * (width + 1));
+}
+
+TEST(HexDump, AgreesWithTheModelForLargeData) {
+    const std::string data = some_bytes(0x100013);
+    EXPECT_TRUE(dumped(data, "t", "p") == model_dump(data, "t", "p"));
+}
+
+TEST(HexDump, DoesNotLookAtTheStdLocale) {
+    const GlobalLocale locale(strange_locale());
+    EXPECT_EQ(dumped("a1#"),
+              "0000  613123" + std::string(26, ' ') + " ** a1#" + std::string(13, ' ') + " **\n");
+}
+
+TEST(HexDump, TakesArgumentsInsideOut) {
+    const std::string data = some_bytes(20);
+    std::string out = "a title that stands in the output";
+    EXPECT_TRUE(ns::hex_dump(out, data.data(), 20, out.c_str() + 2, nullptr));
+    EXPECT_EQ(out, model_dump(data, "title that stands in the output", nullptr));
+
+    out = "a prefix that stands in the output";
+    EXPECT_TRUE(ns::hex_dump(out, data.data(), 20, nullptr, out.c_str() + 2));
+    EXPECT_EQ(out, model_dump(data, nullptr, "prefix that stands in the output"));
+
+    out = data;
+    EXPECT_TRUE(ns::hex_dump(out, out.data(), 20, nullptr, nullptr));
+    EXPECT_EQ(out, model_dump(data, nullptr, nullptr));
+
+    out = "all three";
+    EXPECT_TRUE(ns::hex_dump(out, out.data(), 9, out.c_str(), out.c_str() + 4));
+    EXPECT_EQ(out, model_dump("all three", "all three", "three"));
+
+    out = "x";
+    EXPECT_TRUE(ns::hex_dump(out, nullptr, 0, out.c_str(), nullptr));
+    EXPECT_EQ(out, "x\n");
+}
+
+// Allocations
+
+TEST(Allocations, NoneForCropping) {
+    const std::string set = "ab";
+    std::string text(1000, 'a');
+    text.replace(500, 1, "x");
+    EXPECT_EQ(allocations_of([&] {
+                  ns::crop_left(text, set);
+                  ns::crop_right(text, set);
+                  ns::crop_both(text, set);
+              }),
+              0U);
+    EXPECT_EQ(text, "x");
+}
+
+TEST(Allocations, NoneForComparing) {
+    const std::string a(1000, 'a');
+    const std::string b(1000, 'A');
+    int sum = 0;
+    EXPECT_EQ(allocations_of([&] {
+                  sum += ns::icompare(a, b) + ns::icompare(a.c_str(), b) +
+                         ns::icompare(a, b.c_str()) + ns::icompare(a.c_str(), b.c_str());
+              }),
+              0U);
+    EXPECT_EQ(sum, 0);
+}
+
+TEST(Allocations, OneForXmlEscapingAndNoneForUnescaping) {
+    std::string text(1000, '<');
+    EXPECT_LE(allocations_of([&] { ns::xml_escape(text); }), 1U);
+    EXPECT_EQ(allocations_of([&] { ns::xml_unescape(text); }), 0U);
+    EXPECT_EQ(text, std::string(1000, '<'));
+    std::wstring wide(1000, L'<');
+    EXPECT_LE(allocations_of([&] { ns::xml_escape(wide); }), 1U);
+    EXPECT_EQ(allocations_of([&] { ns::xml_unescape(wide); }), 0U);
+    EXPECT_EQ(wide, std::wstring(1000, L'<'));
+}
+
+TEST(Allocations, OneForReferences) {
+    std::string text(1000, '\n');
+    EXPECT_LE(allocations_of([&] { ns::utf8_to_xml(text); }), 1U);
+    EXPECT_EQ(text.size(), 6000U);
+}
+
+// A text too long to be kept inside the object.
+TEST(Allocations, AFailedOneLeavesTheTextAsItWas) {
+    const std::string before = std::string(100, 'a') + "<\n>";
+    std::string text;
+    const auto restore = [&] { EXPECT_EQ(text, before); };
+
+    text = before;
+    EXPECT_GT(fail_each_allocation([&] { ns::replace(text, "a", "bb"); }, restore), 0U);
+    EXPECT_EQ(text, std::string(200, 'b') + "<\n>");
+
+    text = before;
+    text.shrink_to_fit();
+    EXPECT_GT(fail_each_allocation([&] { ns::xml_escape(text); }, restore), 0U);
+    EXPECT_EQ(text, std::string(100, 'a') + "&lt;\n&gt;");
+
+    text = before;
+    text.shrink_to_fit();
+    EXPECT_GT(fail_each_allocation([&] { ns::utf8_to_xml(text); }, restore), 0U);
+    EXPECT_EQ(text, std::string(100, 'a') + "<&#x0A;>");
+
+    text = before;
+    EXPECT_GT(fail_each_allocation([&] { ns::SpanIncluding(text, std::string(50, 'a')); }, restore),
+              0U);
+    EXPECT_EQ(text, std::string(100, 'a'));
+
+    text = before;
+    const std::string data = some_bytes(100);
+    EXPECT_GT(
+        fail_each_allocation([&] { ns::hex_dump(text, data.data(), 100, "t", "p"); }, restore), 0U);
+    EXPECT_EQ(text, model_dump(data, "t", "p"));
+
+    std::string destination = "short";
+    EXPECT_GT(fail_each_allocation([&] { ns::NormalizeNameCaseInsensitive(before, destination); },
+                                   [&] { EXPECT_EQ(destination, "short"); }),
+              0U);
+    EXPECT_EQ(destination, std::string(100, 'A') + "<\n>");
+
+    const std::wstring wide_before = widened(before);
+    std::wstring wide = wide_before;
+    EXPECT_GT(
+        fail_each_allocation([&] { ns::xml_escape(wide); }, [&] { EXPECT_EQ(wide, wide_before); }),
+        0U);
+    EXPECT_EQ(wide, std::wstring(100, L'a') + L"&lt;\n&gt;");
+}
+
+TEST(Allocations, AFailedOneLeavesTheFormattedTextEmpty) {
+    for (const int width : {100, 5000}) {
+        std::string out = "what stood there before";
+        fail_each_allocation([&] { ns::sprintfSafe(out, "%*d", width, 1); },
+                             [&] {
+                                 EXPECT_EQ(out, "");
+                                 out = "what stood there before";
+                             });
+        EXPECT_EQ(out.size(), static_cast<std::size_t>(width));
+    }
+    EXPECT_GT(fail_each_allocation([] { ns::format_string("%5000d", 1); }, [] {}), 0U);
+}
+
+TEST(StringUsage, WorksAsTheHeaderShows) {
+    std::string line = "  Host: backup-7 \r\n";
+    nuriccl::string::crop_both(line, nuriccl::string::WHITESPACE);
+    EXPECT_EQ(line, "Host: backup-7");
+    EXPECT_EQ(nuriccl::string::ifind(line, "HOST"), 0);
+    EXPECT_EQ(nuriccl::string::format_string("%s: %d files", "done", 3), "done: 3 files");
+}
