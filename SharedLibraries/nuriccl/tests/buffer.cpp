@@ -1421,18 +1421,20 @@ private:
 };
 
 TEST(BufferRandom, EveryHandleShowsWhatTheModelShows) {
-    const allocation::Watch watch;
     for (unsigned int round = 0; round < 30; ++round) {
         const unsigned int seed =
             static_cast<unsigned int>(GTEST_FLAG_GET(random_seed)) * 1000 + round;
         SCOPED_TRACE("seed " + std::to_string(seed));
-        RandomBuffers buffers(seed);
-        for (int turn = 0; turn < 3000 && !HasFatalFailure(); ++turn) {
-            buffers.step();
-            buffers.check();
+        const allocation::Watch watch;
+        {
+            RandomBuffers buffers(seed);
+            for (int turn = 0; turn < 3000 && !HasFatalFailure(); ++turn) {
+                buffers.step();
+                buffers.check();
+            }
         }
+        EXPECT_EQ(watch.live(), 0);
     }
-    EXPECT_EQ(watch.live(), 0);
 }
 
 } // namespace
