@@ -17,7 +17,9 @@
 #include <stdexcept>
 #include <streambuf>
 #include <string>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 namespace {
 
@@ -41,6 +43,21 @@ public:
 
 private:
     std::ostream* earlier_;
+};
+
+// Keeps what is written to std::clog for the length of a scope.
+class ClogCapture {
+public:
+    ClogCapture() : earlier_(std::clog.rdbuf(&buffer_)) {}
+    ~ClogCapture() { std::clog.rdbuf(earlier_); }
+    ClogCapture(const ClogCapture&) = delete;
+    ClogCapture& operator=(const ClogCapture&) = delete;
+
+    std::string text() const { return buffer_.str(); }
+
+private:
+    std::stringbuf buffer_;
+    std::streambuf* earlier_;
 };
 
 // What the trace holds after one record with this text.
@@ -103,18 +120,17 @@ TEST(TraceStream, SetReturnsTheEarlierOne) {
 }
 
 TEST(TraceStream, ClogReceivesTheRecords) {
-    std::stringbuf buffer;
-    std::streambuf* const earlier = std::clog.rdbuf(&buffer);
+    const ClogCapture capture;
     {
         const Redirection redirection(&std::clog);
         csl::NuriTrace trace(1);
         trace.Message("store.cpp", "open", 42).text += "store opened";
     }
-    std::clog.rdbuf(earlier);
-    EXPECT_EQ(buffer.str(), "[1] store.cpp(42): open: store opened\n");
+    EXPECT_EQ(capture.text(), "[1] store.cpp(42): open: store opened\n");
 }
 
 TEST(TraceStream, NullDiscardsTheRecords) {
+    const ClogCapture capture;
     std::ostringstream stream;
     const Redirection redirection(&stream);
     {
@@ -124,6 +140,38 @@ TEST(TraceStream, NullDiscardsTheRecords) {
     }
     csl::set_trace_stream(&stream);
     EXPECT_EQ(stream.str(), "");
+    EXPECT_EQ(capture.text(), "");
+}
+
+// Clog itself, since it is the stream that takes several threads.
+TEST(TraceStream, ClogKeepsTheLinesOfSeveralThreadsWhole) {
+    const Redirection redirection(&std::clog);
+    testing::internal::CaptureStderr();
+    std::vector<std::thread> threads;
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+        threads.emplace_back([letter] {
+            for (unsigned int i = 0; i < 200; ++i) {
+                csl::NuriTrace trace(1);
+                trace.Message("f", "g", i).text = std::string(100, letter);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::istringstream written(testing::internal::GetCapturedStderr());
+    std::multiset<std::string> lines;
+    for (std::string line; std::getline(written, line);) {
+        lines.insert(line);
+    }
+    EXPECT_EQ(lines.size(), 800U);
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+        for (unsigned int i = 0; i < 200; ++i) {
+            const std::string line =
+                "[1] f(" + std::to_string(i) + "): g: " + std::string(100, letter);
+            EXPECT_EQ(lines.count(line), 1U) << line;
+        }
+    }
 }
 
 TEST(TraceStream, IsTheOneSetWhenTheRecordIsWritten) {
