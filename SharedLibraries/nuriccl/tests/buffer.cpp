@@ -1165,31 +1165,53 @@ TEST(BufferOutOfMemory, SharingNeedsNoMemory) {
 
 // Threads
 
+constexpr int THREADS = 4;
+
+// Runs `work(handle)` on every thread with a handle of its own, all at once, and leaves the handles
+// to the threads.
+template <class Work>
+void run_together(Buffer&& buffer, Work work) {
+    std::atomic<int> missing{THREADS};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < THREADS; ++i) {
+        threads.emplace_back([handle = buffer, &missing, work] {
+            --missing;
+            while (missing != 0) {
+                std::this_thread::yield();
+            }
+            work(handle);
+        });
+    }
+    buffer = Buffer(); // whichever thread ends last has the last handle
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
 TEST(BufferThreads, HandlesOntoOneBlockAreCopiedCutAndDestroyedOnManyThreads) {
-    for (int round = 0; round < 50; ++round) {
-        const allocation::Watch watch;
+    for (int round = 0; round < 20; ++round) {
         std::atomic<int> damaged{0};
-        {
-            Buffer buffer = holding("shared bytes");
-            std::vector<std::thread> threads;
-            for (int i = 0; i < 4; ++i) {
-                threads.emplace_back([handle = buffer, &damaged] {
-                    for (int turn = 0; turn < 500; ++turn) {
-                        Buffer copy(handle);
-                        const Buffer segment = copy.segment(7, 5);
-                        const Buffer moved(std::move(copy));
-                        if (text_of(segment) != "bytes" || text_of(moved) != "shared bytes") {
-                            ++damaged;
-                        }
-                    }
-                });
+        const allocation::Watch watch;
+        run_together(holding("shared bytes"), [&damaged](const Buffer& handle) {
+            for (int turn = 0; turn < 5000; ++turn) {
+                Buffer copy(handle);
+                const Buffer segment = copy.segment(7, 5);
+                const Buffer moved(std::move(copy));
+                if (text_of(segment) != "bytes" || text_of(moved) != "shared bytes") {
+                    ++damaged;
+                }
             }
-            buffer = Buffer(); // whichever thread ends last frees the block
-            for (std::thread& thread : threads) {
-                thread.join();
-            }
-        }
+        });
         EXPECT_EQ(damaged, 0);
+        EXPECT_TRUE(watch.freed(0));
+        EXPECT_EQ(watch.live(), 0);
+    }
+}
+
+TEST(BufferThreads, LastHandleFreesTheBlockOnWhicheverThreadItIs) {
+    for (int round = 0; round < 300; ++round) {
+        const allocation::Watch watch;
+        run_together(holding("shared bytes"), [](const Buffer&) {});
         EXPECT_TRUE(watch.freed(0));
         EXPECT_EQ(watch.live(), 0);
     }
@@ -1197,24 +1219,19 @@ TEST(BufferThreads, HandlesOntoOneBlockAreCopiedCutAndDestroyedOnManyThreads) {
 
 TEST(BufferThreads, EachThreadUpdatesItsOwnHandle) {
     const Buffer buffer = holding("original");
+    std::atomic<char> next_mark{'a'};
     std::atomic<int> damaged{0};
-    std::vector<std::thread> threads;
-    for (char mark = 'a'; mark < 'e'; ++mark) {
-        threads.emplace_back([handle = buffer, mark, &damaged] {
-            for (int turn = 0; turn < 2000; ++turn) {
-                Buffer own(handle);
-                own.begin_update()[0] = static_cast<unsigned char>(mark);
-                own.end_update(8);
-                if (text_of(own) != mark + std::string("riginal") ||
-                    text_of(handle) != "original") {
-                    ++damaged;
-                }
+    run_together(Buffer(buffer), [&](const Buffer& handle) {
+        const char mark = next_mark++;
+        for (int turn = 0; turn < 5000; ++turn) {
+            Buffer own(handle);
+            own.begin_update()[0] = static_cast<unsigned char>(mark);
+            own.end_update(8);
+            if (text_of(own) != mark + std::string("riginal") || text_of(handle) != "original") {
+                ++damaged;
             }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+        }
+    });
     EXPECT_EQ(damaged, 0);
     EXPECT_EQ(text_of(buffer), "original");
     EXPECT_EQ(handles(buffer), 1u);
