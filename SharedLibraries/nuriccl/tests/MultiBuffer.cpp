@@ -800,9 +800,16 @@ TEST(MultiBufferSplit, OfABufferInAnUpdateCopiesBothParts) {
     EXPECT_NE(head.front().data(), data);
     EXPECT_EQ(close_all(head.front()), 0u);
     EXPECT_EQ(close_all(stream.front()), 1u) << "an assignment keeps the update";
+}
 
-    stream.front().begin_update();
-    MultiBuffer whole = stream.split(3);
+TEST(MultiBufferSplit, OfABufferInAnUpdateMovesItWholeWithoutACopy) {
+    MultiBuffer stream = stream_of({"abcd"});
+    const unsigned char* const data = stream.front().begin_update();
+    const allocation::Watch watch;
+    MultiBuffer whole = stream.split(4);
+    EXPECT_EQ(watch.requests(), 1u) << "the ring of the result";
+    EXPECT_EQ(whole.front().data(), data);
+    EXPECT_EQ(texts_of(whole), Texts({"abcd"}));
     EXPECT_EQ(close_all(whole.front()), 0u) << "a moved-to Buffer is in no update";
 }
 

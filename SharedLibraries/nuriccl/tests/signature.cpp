@@ -152,7 +152,10 @@ TEST(SignatureLifeCycle, UpdateWithNullAddsNothing) {
 TEST(SignatureLifeCycle, UpdateAfterCloseIsIgnored) {
     Signature signature;
     signature.update(bytes_of("abc"), 3).close();
+    unsigned char before[sizeof(Signature)];
+    std::memcpy(before, static_cast<const void*>(&signature), sizeof before);
     signature.update(bytes_of("def"), 3).update(nullptr, 0);
+    EXPECT_EQ(std::memcmp(before, static_cast<const void*>(&signature), sizeof before), 0);
     EXPECT_EQ(signature.to_string(), ABC);
     signature.close();
     EXPECT_EQ(signature.to_string(), ABC);
@@ -593,8 +596,10 @@ TEST(SignatureOfStream, AtItsEndOrBadIsTheDigestOfEmptyInputWithoutReading) {
         Source source(100);
         std::istream stream(&source);
         stream.setstate(state);
+        const allocation::Watch watch;
         EXPECT_EQ(Signature::of(stream), EMPTY);
         EXPECT_EQ(released(Signature::binary(stream)), EMPTY);
+        EXPECT_LT(watch.bytes(), CHUNK);
         EXPECT_TRUE(source.asked().empty());
         EXPECT_EQ(stream.rdstate(), state);
     }
