@@ -47,8 +47,13 @@ private:
 inline constexpr std::size_t REMEMBERED = 64;
 inline constexpr std::size_t NEVER = SIZE_MAX;
 
+// An address in a form that a leak checker does not take for a reference.
+inline std::uintptr_t disguised(const void* place) {
+    return ~reinterpret_cast<std::uintptr_t>(place);
+}
+
 struct Block {
-    Relaxed<std::uintptr_t> place = 0;
+    Relaxed<std::uintptr_t> place = UINTPTR_MAX; // disguised
     Relaxed<std::size_t> size = 0;
     Relaxed<bool> array = false;
     Relaxed<bool> freed = false;
@@ -85,7 +90,7 @@ inline void* allocate(std::size_t size, bool array) noexcept {
         Block& block = journal.blocks[index];
         block.size = size;
         block.array = array;
-        block.place = reinterpret_cast<std::uintptr_t>(place);
+        block.place = disguised(place);
     }
     return place;
 }
@@ -106,7 +111,7 @@ inline void release(void* place, bool array) noexcept {
     const std::size_t remembered = std::min<std::size_t>(journal.requests, REMEMBERED);
     for (std::size_t i = 0; i < remembered; ++i) {
         Block& block = journal.blocks[i];
-        if (block.place == reinterpret_cast<std::uintptr_t>(place) && !block.freed) {
+        if (block.place == disguised(place) && !block.freed) {
             block.freed = true;
             journal.mismatches.fetch_add(block.array == array ? 0 : 1);
             break;
@@ -122,7 +127,7 @@ class Watch {
 public:
     Watch() {
         for (detail::Block& block : detail::journal.blocks) {
-            block.place = 0;
+            block.place = detail::disguised(nullptr);
             block.freed = false;
         }
         detail::journal.bytes = 0;
@@ -151,7 +156,7 @@ public:
     /// @{
     std::size_t size(std::size_t index) const { return detail::journal.blocks[index].size; }
     void* place(std::size_t index) const {
-        return reinterpret_cast<void*>(std::uintptr_t{detail::journal.blocks[index].place});
+        return reinterpret_cast<void*>(~std::uintptr_t{detail::journal.blocks[index].place});
     }
     bool freed(std::size_t index) const { return detail::journal.blocks[index].freed; }
     /// @}
