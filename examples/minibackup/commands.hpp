@@ -1,0 +1,27 @@
+#pragma once
+
+/// @file
+/// What the program does: one function for each command.
+///
+/// Each returns the exit status: `DONE`, or `INCOMPLETE` when something was left out, which was named on
+/// standard error. They throw `Error` when the command cannot be done at all.
+
+#include <string>
+
+namespace minibackup {
+
+constexpr int DONE = 0;
+constexpr int INCOMPLETE = 1;
+constexpr int FAILED = 2;
+
+struct Options {
+    bool quiet = false;
+    std::string run; ///< empty: the newest one
+};
+
+int save(const std::string& source, const std::string& store, const Options& options);
+int list(const std::string& store);
+int verify(const std::string& store, const Options& options);
+int restore(const std::string& store, const std::string& destination, const Options& options);
+
+} // namespace minibackup

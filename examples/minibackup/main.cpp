@@ -1,0 +1,174 @@
+/// @file
+/// minibackup: saves directory trees in a store of compressed blocks, each kept once, and restores them.
+///
+/// This file is the command line; see commands.hpp for what the commands do.
+
+#include "commands.hpp"
+#include "names.hpp"
+#include "os.hpp"
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <getopt.h>
+#include <new>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace minibackup {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+struct Command {
+    const char* name;
+    const char* arguments;
+    const char* purpose;
+    const char* help;
+    const char* options; // letters of those it takes
+    std::size_t argument_count;
+    int (*run)(const Arguments& arguments, const Options& options);
+};
+
+const Command COMMANDS[] = {
+    {"save", "SOURCE STORE", "save the directory SOURCE in STORE",
+     "Saves the directory SOURCE as a new run in STORE, a directory that is made when it is "
+     "missing or\n"
+     "empty. Blocks that STORE has already are not stored again.\n"
+     "\n"
+     "Kept are regular files, directories and symbolic links with their names, modes and "
+     "modification\n"
+     "times. Owners and access lists are not kept. Hard links are saved as files of their own.\n"
+     "FIFOs, sockets and devices are named and left out, and so is STORE if it is in SOURCE.\n"
+     "\n"
+     "A save may be interrupted at any time; what it leaves behind is used or removed by the "
+     "next.\n"
+     "Let only one save work on a store at a time.\n",
+     "hq", 2, [](const Arguments& a, const Options& o) { return save(a[0], a[1], o); }},
+    {"list", "STORE", "list the runs in STORE",
+     "Lists the runs in STORE, the newest last, with their number of files and bytes.\n", //
+     "h", 1, [](const Arguments& a, const Options&) { return list(a[0]); }},
+    {"verify", "STORE", "check everything in STORE",
+     "Reads all runs and all their blocks in STORE. Names each one that is missing or damaged, and "
+     "the\n"
+     "files that it belongs to.\n",
+     "hq", 1, [](const Arguments& a, const Options& o) { return verify(a[0], o); }},
+    {"restore", "STORE DEST", "restore a run from STORE in the directory DEST",
+     "Restores the newest run in STORE in the directory DEST, which must be missing or empty. "
+     "Nothing\n"
+     "outside DEST is changed. Modes are restored as they were, set-user-ID bits included; files\n"
+     "belong to the user who restores. A file with a damaged block is named and left out.\n",
+     "hqr", 2, [](const Arguments& a, const Options& o) { return restore(a[0], a[1], o); }},
+};
+
+const option OPTIONS[] = {{"help", no_argument, nullptr, 'h'},
+                          {"quiet", no_argument, nullptr, 'q'},
+                          {"run", required_argument, nullptr, 'r'},
+                          {}};
+
+const char* option_help(char letter) {
+    return letter == 'q'   ? "-q, --quiet     no progress bar and no summary"
+           : letter == 'r' ? "-r, --run NAME  restore this run and not the newest one"
+                           : "-h, --help      this text";
+}
+
+int print_help() {
+    std::puts("Usage: minibackup COMMAND [OPTION]... ARGUMENT...\n"
+              "\n"
+              "Saves directories in a store of compressed blocks, each of which is kept once.\n"
+              "\n"
+              "Commands:");
+    for (const Command& command : COMMANDS) {
+        std::printf("  %-8s%-14s%s\n", command.name, command.arguments, command.purpose);
+    }
+    std::puts("\n"
+              "'minibackup COMMAND --help' tells more about a command.\n"
+              "\n"
+              "Exit status: 0 done; 1 something could not be saved, restored or verified, and was "
+              "named;\n"
+              "2 the command could not be done.");
+    return DONE;
+}
+
+int print_help(const Command& command) {
+    std::printf("Usage: minibackup %s [OPTION]... %s\n\n%s\nOptions:\n", command.name,
+                command.arguments, command.help);
+    for (const char* letter = command.options; *letter != 0; ++letter) {
+        std::printf("  %s\n", option_help(*letter));
+    }
+    return DONE;
+}
+
+int usage_error(const std::string& reason) {
+    std::fprintf(stderr, "minibackup: %s\nTry 'minibackup --help'.\n", reason.c_str());
+    return FAILED;
+}
+
+// Reads what stands behind the command, and does it.
+int run_command(const Command& command, int argc, char** argv) {
+    Options options;
+    optind = 2;
+    for (int letter; (letter = getopt_long(argc, argv, "hqr:", OPTIONS, nullptr)) != -1;) {
+        if (letter == '?') { // getopt_long has said why
+            return FAILED;
+        }
+        if (std::strchr(command.options, letter) == nullptr) {
+            return usage_error(std::string(command.name) + " does not take this option");
+        }
+        if (letter == 'h') {
+            return print_help(command);
+        }
+        if (letter == 'q') {
+            options.quiet = true;
+        } else {
+            options.run = optarg;
+        }
+    }
+    const Arguments arguments(argv + optind, argv + argc);
+    if (arguments.size() != command.argument_count) {
+        return usage_error(std::string(command.name) + " takes the arguments " + command.arguments);
+    }
+    return command.run(arguments, options);
+}
+
+int run(int argc, char** argv) {
+    const std::string name = argc > 1 ? argv[1] : "";
+    if (name == "--help" || name == "-h") {
+        return print_help();
+    }
+    if (name == "--version") {
+        std::puts("minibackup " MINIBACKUP_VERSION);
+        return DONE;
+    }
+    for (const Command& command : COMMANDS) {
+        if (name == command.name) {
+            return run_command(command, argc, argv);
+        }
+    }
+    return usage_error(name.empty() ? "a command is missing"
+                                    : "there is no command '" + readable(name) + "'");
+}
+
+int run_and_report(int argc, char** argv) {
+    try {
+        const int status = run(argc, argv);
+        check(std::fflush(stdout), "standard output", "cannot write");
+        return status;
+    } catch (const std::bad_alloc&) {
+        std::fputs("minibackup: out of memory\n", stderr);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "minibackup: %s\n", error.what());
+    }
+    return FAILED;
+}
+
+} // namespace
+} // namespace minibackup
+
+int main(int argc, char** argv) {
+    std::signal(SIGXFSZ, SIG_IGN); // a file size limit is an error like a full disk
+    umask(077);                    // backups are for their owner's eyes only
+    return minibackup::run_and_report(argc, argv);
+}

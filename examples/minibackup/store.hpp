@@ -1,0 +1,110 @@
+#pragma once
+
+/// @file
+/// The store: blocks of file content, each kept once under its signature, and a manifest for each run.
+///
+///     STORE/minibackup.format      "minibackup store 1": what this directory is, and of which version
+///     STORE/blocks/xx/y..y         the block with the signature xxy..y (40 digits), compressed
+///     STORE/00000001-2026-...      a run (see manifest.hpp); the number counts up, so that the names of
+///                                  runs sort by time even when the clock is set back
+///     STORE/minibackup.tmp-*       what a save is writing
+///
+/// A file appears under its final name only by renaming, whole and flushed to disk:
+///  1. Blocks are written under temporary names, hundreds of them.
+///  2. One `syncfs` flushes them. It costs about as much as one `fsync`, where an `fsync` for each block
+///     would cost more than all the rest of the work. (Linux reports lost writes there since 5.8.)
+///  3. They are renamed. A block that is there is therefore whole, and later saves rely on it.
+///  4. At the end a second `syncfs` flushes the renames and the manifest, which still has its temporary
+///     name. Then the manifest is renamed and the directory flushed. A manifest that is there therefore has
+///     all its blocks.
+/// A save that is killed leaves temporary files, which the next save removes, and blocks in no run, which
+/// the next save uses.
+///
+/// Two saves at once are not a supported way of working, but do no harm: temporary names are unique and
+/// created exclusively, equal blocks replace each other, and runs are numbered under a lock. Every save
+/// holds a shared lock on STORE as long as it lives, and removes temporary files only when it gets the
+/// lock exclusively: when nobody else is writing any.
+
+#include "os.hpp"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace minibackup {
+
+/// Bytes of a block; the last one of a file is shorter.
+constexpr unsigned int BLOCK_SIZE = 0x100000;
+
+/// Whether the text is a signature string, and so safe to use as a name.
+bool is_signature(std::string_view text);
+
+/// A store for reading.
+class Store {
+public:
+    /// @throws Error when `path` is no store, or one of another version
+    explicit Store(const std::string& path);
+
+    const std::string& path() const noexcept { return path_; }
+    std::string path_of(const std::string& name) const { return path_ + '/' + name; }
+    Identity identity() const { return identity_of(root_.get(), path_); }
+
+    /// The names of the runs, oldest first.
+    std::vector<std::string> runs() const;
+
+    /// The block with this signature, whose length must be `size`. It is read and checked, unless it is
+    /// the block that was loaded last. The result is valid until the next call.
+    /// @throws Error when the block is missing or damaged
+    const std::string& load(const std::string& signature, std::uint32_t size);
+
+protected:
+    Store(Descriptor root, const std::string& path);
+
+    Descriptor root_;
+    std::string path_;
+    std::string packed_; // a compressed block
+
+private:
+    std::string block_;
+    std::string block_signature_; // of `block_`; empty when that is no block
+};
+
+/// A store for saving.
+class StoreWriter : public Store {
+public:
+    /// Opens a store, or makes one of a directory that is missing or empty.
+    explicit StoreWriter(const std::string& path);
+
+    /// Removes what was not published, but for the blocks that are in their place.
+    ~StoreWriter();
+
+    /// Stores the block, which is not empty, unless the store has it.
+    /// @return its signature
+    std::string put(const std::string& block);
+
+    /// The file to write the manifest to.
+    Descriptor create_manifest() const;
+    std::string manifest_path() const;
+
+    /// Makes the blocks and then the manifest part of the store.
+    /// @return the name of the run
+    std::string publish(const timespec& time);
+
+    std::uint64_t blocks_stored() const noexcept { return blocks_stored_; }
+    std::uint64_t bytes_stored() const noexcept { return bytes_stored_; }
+
+private:
+    static Descriptor prepare(const std::string& path);
+    void commit_blocks();
+    void flush() const;
+
+    std::string temporary_;                   // how the temporary names of this save begin
+    std::unordered_set<std::string> pending_; // signatures of the blocks under temporary names
+    std::uint64_t pending_bytes_ = 0;
+    std::uint64_t blocks_stored_ = 0;
+    std::uint64_t bytes_stored_ = 0;
+};
+
+} // namespace minibackup

@@ -1,0 +1,18 @@
+# Tests of the minibackup program. Included by the top level once the test suite is set up.
+
+set(minibackup_tests ${CMAKE_CURRENT_LIST_DIR})
+
+add_library(minibackup_faults MODULE ${minibackup_tests}/faults.cpp)
+nuriccl_configure_target(minibackup_faults)
+set_target_properties(minibackup_faults PROPERTIES
+    LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+target_link_libraries(minibackup_faults PRIVATE ${CMAKE_DL_LIBS})
+
+nuriccl_add_test(minibackup_test ${minibackup_tests}/minibackup_test.cpp nuriccl)
+target_compile_definitions(minibackup_test PRIVATE
+    MINIBACKUP_PROGRAM="$<TARGET_FILE:minibackup>"
+    MINIBACKUP_FAULTS="$<TARGET_FILE:minibackup_faults>")
+if(NURICCL_SANITIZE)
+    target_compile_definitions(minibackup_test PRIVATE MINIBACKUP_SANITIZED)
+endif()
+add_dependencies(minibackup_test minibackup minibackup_faults)
