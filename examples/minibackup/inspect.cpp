@@ -102,12 +102,12 @@ void print_row(const std::string& run, const std::string& saved, const std::stri
 
 int list(const std::string& store_path) {
     Progress progress(true);
+    const Store store(store_path);
     print_row("RUN", "SAVED", "FILES", "BYTES", "SOURCE");
-    for_each_run(
-        Store(store_path), progress, [](const std::string& run, const ManifestReader& manifest) {
-            print_row(readable(run), time_text(manifest.time()), to_str(manifest.totals().files),
-                      to_str(manifest.totals().bytes), readable(manifest.source()));
-        });
+    for_each_run(store, progress, [](const std::string& run, const ManifestReader& manifest) {
+        print_row(readable(run), time_text(manifest.time()), to_str(manifest.totals().files),
+                  to_str(manifest.totals().bytes), readable(manifest.source()));
+    });
     return progress.status();
 }
 

@@ -43,11 +43,6 @@ struct stat status_of(int fd, const std::string& path) {
     return status;
 }
 
-Identity identity_of(int fd, const std::string& path) {
-    const struct stat status = status_of(fd, path);
-    return {status.st_dev, status.st_ino};
-}
-
 std::size_t read_whole(int fd, void* to, std::size_t size, const std::string& path) {
     std::size_t done = 0;
     std::size_t count = 1;

@@ -62,7 +62,7 @@ struct stat status_of(int fd, const std::string& path);
 
 /// Device and inode: tells directories apart, whatever paths lead to them.
 using Identity = std::pair<dev_t, ino_t>;
-Identity identity_of(int fd, const std::string& path);
+inline Identity identity_of(const struct stat& status) { return {status.st_dev, status.st_ino}; }
 
 /// Reads until `size` bytes are there or the file ends.
 /// @return the number of bytes read

@@ -15,7 +15,7 @@ namespace {
 using nuriccl::string::format_string;
 
 constexpr std::chrono::milliseconds BETWEEN_DRAWINGS(100);
-constexpr unsigned int BAR_WIDTH = 20;
+constexpr unsigned int BAR_WIDTH = 16;
 
 std::string in_units(double bytes) {
     static const char* const UNITS[] = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};

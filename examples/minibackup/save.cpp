@@ -64,7 +64,7 @@ Record record_of(Kind kind, const std::string& name, const struct stat& status) 
 }
 
 void Saver::enter(const TreeCursor& at, const std::string& name) {
-    manifest_.write(record_of(Kind::DIRECTORY, name, status_of(at.fd(), at.path())));
+    manifest_.write(record_of(Kind::DIRECTORY, name, at.status()));
 }
 
 void Saver::entry(const TreeCursor& at, const std::string& name, const struct stat& status) {
@@ -146,7 +146,7 @@ int save(const std::string& source, const std::string& store_path, const Options
     TreeCursor at(source);
     StoreWriter store(store_path);
     const Identity left_out = store.identity();
-    if (identity_of(at.fd(), source) == left_out) {
+    if (identity_of(at.status()) == left_out) {
         throw Error(source, "is the store itself");
     }
     if (progress.shows_bar()) {

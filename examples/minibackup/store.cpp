@@ -163,7 +163,8 @@ Descriptor StoreWriter::prepare(const std::string& path) {
     }
     DirectoryNames names(root.get(), ".", path);
     for (std::string name; names.next(name);) {
-        if (!is_temporary(name)) { // which a first save leaves that was killed
+        // A first save that was killed leaves temporary files; another one may be at it just now.
+        if (!is_temporary(name) && !exists(root.get(), MARKER, path)) {
             throw Error(path, "is not empty, and no minibackup store");
         }
     }

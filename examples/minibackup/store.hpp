@@ -49,7 +49,7 @@ public:
 
     const std::string& path() const noexcept { return path_; }
     std::string path_of(const std::string& name) const { return path_ + '/' + name; }
-    Identity identity() const { return identity_of(root_.get(), path_); }
+    Identity identity() const { return identity_of(status_of(root_.get(), path_)); }
 
     /// The names of the runs, oldest first.
     std::vector<std::string> runs() const;

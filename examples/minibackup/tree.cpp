@@ -48,8 +48,8 @@ std::vector<std::string> visit_entries(const TreeCursor& at, TreeVisitor& visito
 
 } // namespace
 
-TreeCursor::TreeCursor(const std::string& root) : path_(root) {
-    levels_.push_back({open_at(AT_FDCWD, root, OPEN_DIRECTORY, root), root.size()});
+TreeCursor::TreeCursor(const std::string& root) {
+    push(open_at(AT_FDCWD, root, OPEN_DIRECTORY, root), root);
 }
 
 std::string TreeCursor::path_of(const std::string& name) const {
@@ -57,11 +57,16 @@ std::string TreeCursor::path_of(const std::string& name) const {
 }
 
 void TreeCursor::enter(const std::string& name) {
-    std::string path = path_of(name);
+    const std::string path = path_of(name);
     if (levels_.size() == LEVELS_MAX) {
         throw Error(path, "lies too deep");
     }
-    levels_.push_back({open_at(fd(), name, OPEN_DIRECTORY | O_NOFOLLOW, path), path.size()});
+    push(open_at(fd(), name, OPEN_DIRECTORY | O_NOFOLLOW, path), path);
+}
+
+void TreeCursor::push(Descriptor directory, std::string path) {
+    const struct stat status = status_of(directory.get(), path);
+    levels_.push_back({std::move(directory), status, path.size()});
     path_ = std::move(path);
 }
 
@@ -74,7 +79,7 @@ void walk(TreeCursor& at, const std::string& name, const Identity& left_out, Tre
     visitor.enter(at, name);
     for (const std::string& directory : visit_entries(at, visitor)) {
         if (attempt(visitor, [&] { at.enter(directory); })) {
-            if (identity_of(at.fd(), at.path()) != left_out) {
+            if (identity_of(at.status()) != left_out) {
                 walk(at, directory, left_out, visitor);
             }
             at.leave();

@@ -19,6 +19,7 @@ public:
     explicit TreeCursor(const std::string& root);
 
     int fd() const noexcept { return levels_.back().directory.get(); }
+    const struct stat& status() const noexcept { return levels_.back().status; }
     const std::string& path() const noexcept { return path_; }
     std::string path_of(const std::string& name) const;
 
@@ -31,8 +32,11 @@ public:
 private:
     struct Level {
         Descriptor directory;
+        struct stat status;
         std::size_t path_length;
     };
+
+    void push(Descriptor directory, std::string path);
 
     std::vector<Level> levels_;
     std::string path_;
