@@ -15,7 +15,7 @@ namespace minibackup {
 
 /// Made once and used for one file after the other, so that its memory is, too.
 ///
-/// The bytes come into a ring of `Buffer`s, which a `MultiBuffer` gathers to a stream:
+/// The bytes come into a row of `Buffer`s, which a `MultiBuffer` gathers to a stream:
 ///
 ///     read() --> [buffer][buffer] ... [buffer]   --coalesce-->   block, 1 MiB
 ///                  the stream holds further handles onto the same bytes

@@ -25,42 +25,42 @@ using Arguments = std::vector<std::string>;
 struct Command {
     const char* name;
     const char* arguments;
+    std::size_t argument_count;
+    const char* options; // letters of those it takes
+    int (*run)(const Arguments& arguments, const Options& options);
     const char* purpose;
     const char* help;
-    const char* options; // letters of those it takes
-    std::size_t argument_count;
-    int (*run)(const Arguments& arguments, const Options& options);
 };
 
 const Command COMMANDS[] = {
-    {"save", "SOURCE STORE", "save the directory SOURCE in STORE",
-     "Saves the directory SOURCE as a new run in STORE, a directory that is made when it is "
-     "missing or\n"
-     "empty. Blocks that STORE has already are not stored again.\n"
+    {"save", "SOURCE STORE", 2, "hq",
+     [](const Arguments& a, const Options& o) { return save(a[0], a[1], o); },
+     "save the directory SOURCE in STORE",
+     "Saves the directory SOURCE as a new run in STORE, a directory that is made when it is\n"
+     "missing or empty. Blocks that STORE has already are not stored again.\n"
      "\n"
-     "Kept are regular files, directories and symbolic links with their names, modes and "
-     "modification\n"
-     "times. Owners and access lists are not kept. Hard links are saved as files of their own.\n"
-     "FIFOs, sockets and devices are named and left out, and so is STORE if it is in SOURCE.\n"
+     "Kept are regular files, directories and symbolic links with their names, modes and\n"
+     "modification times. Owners and access lists are not kept. Hard links are saved as files\n"
+     "of their own. FIFOs, sockets and devices are named and left out. STORE is left out when\n"
+     "it is in SOURCE.\n"
      "\n"
-     "A save may be interrupted at any time; what it leaves behind is used or removed by the "
-     "next.\n"
-     "Let only one save work on a store at a time.\n",
-     "hq", 2, [](const Arguments& a, const Options& o) { return save(a[0], a[1], o); }},
-    {"list", "STORE", "list the runs in STORE",
-     "Lists the runs in STORE, the newest last, with their number of files and bytes.\n", //
-     "h", 1, [](const Arguments& a, const Options&) { return list(a[0]); }},
-    {"verify", "STORE", "check everything in STORE",
-     "Reads all runs and all their blocks in STORE. Names each one that is missing or damaged, and "
-     "the\n"
-     "files that it belongs to.\n",
-     "hq", 1, [](const Arguments& a, const Options& o) { return verify(a[0], o); }},
-    {"restore", "STORE DEST", "restore a run from STORE in the directory DEST",
-     "Restores the newest run in STORE in the directory DEST, which must be missing or empty. "
-     "Nothing\n"
-     "outside DEST is changed. Modes are restored as they were, set-user-ID bits included; files\n"
-     "belong to the user who restores. A file with a damaged block is named and left out.\n",
-     "hqr", 2, [](const Arguments& a, const Options& o) { return restore(a[0], a[1], o); }},
+     "A save may be interrupted at any time; what it leaves behind is used or removed by the\n"
+     "next. Let only one save work on a store at a time.\n"},
+    {"list", "STORE", 1, "h", [](const Arguments& a, const Options&) { return list(a[0]); },
+     "list the runs in STORE",
+     "Lists the runs in STORE, the newest last, with their number of files and bytes.\n"},
+    {"verify", "STORE", 1, "hq",
+     [](const Arguments& a, const Options& o) { return verify(a[0], o); },
+     "check everything in STORE",
+     "Reads all runs and all their blocks in STORE. Names each one that is missing or damaged,\n"
+     "and the files that it belongs to.\n"},
+    {"restore", "STORE DEST", 2, "hqr",
+     [](const Arguments& a, const Options& o) { return restore(a[0], a[1], o); },
+     "restore a run from STORE in the directory DEST",
+     "Restores the newest run in STORE in the directory DEST, which must be missing or empty.\n"
+     "Nothing outside DEST is changed. Modes are restored as they were, set-user-ID bits\n"
+     "included; files belong to the user who restores. A file with a damaged block is named\n"
+     "and left out.\n"},
 };
 
 const option OPTIONS[] = {{"help", no_argument, nullptr, 'h'},
@@ -86,9 +86,8 @@ int print_help() {
     std::puts("\n"
               "'minibackup COMMAND --help' tells more about a command.\n"
               "\n"
-              "Exit status: 0 done; 1 something could not be saved, restored or verified, and was "
-              "named;\n"
-              "2 the command could not be done.");
+              "Exit status: 0 done; 1 something could not be saved, restored or verified, and was\n"
+              "named; 2 the command could not be done.");
     return DONE;
 }
 

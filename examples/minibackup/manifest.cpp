@@ -23,6 +23,7 @@ const std::string VERSION = "1";
 constexpr std::array<std::string_view, 7> WORDS = {"dir",   "leave", "link", "file",
                                                    "block", "zeros", "end"};
 constexpr std::array<std::size_t, 7> WORD_COUNTS = {6, 1, 7, 6, 3, 2, 2};
+constexpr std::size_t TOO_MANY_WORDS = 8;
 
 constexpr std::size_t WRITE_SIZE = 0x10000;
 constexpr std::uint64_t FILE_SIZE_MAX = std::numeric_limits<std::int64_t>::max();
@@ -239,7 +240,8 @@ bool ManifestReader::read_line() {
     check(file_.bad() ? -1 : 0, file_path_, "cannot read");
     require(file_ && !file_.eof()); // each line has its end
     words_.clear();
-    for (std::size_t start = 0, end; start <= line_.size(); start = end + 1) {
+    for (std::size_t start = 0, end; start <= line_.size() && words_.size() < TOO_MANY_WORDS;
+         start = end + 1) {
         end = std::min(line_.find(' ', start), line_.size());
         words_.emplace_back(line_.data() + start, end - start);
     }

@@ -24,8 +24,10 @@ public:
 
     bool shows_bar() const noexcept { return shows_bar_; }
 
-    /// Tells of bytes that `advance` will tell of again, one day.
+    /// Adds to the bytes that are to be handled.
     void expect(std::uint64_t bytes);
+
+    /// Adds to the bytes that are.
     void advance(std::uint64_t bytes);
 
     /// Names something that could not be done; the command goes on.

@@ -89,8 +89,9 @@ TEST_F(MinibackupTest, NamesOfAnyBytesSurvive) {
 }
 
 TEST_F(MinibackupTest, ModesSurvive) {
-    for (const mode_t mode : {0000, 0001, 0111, 0222, 0400, 0444, 0500, 0555, 0644, 0700, 0777,
-                              01777, 02755, 04755, 06711, 07777}) {
+    for (const mode_t mode :
+         std::initializer_list<mode_t>{0000, 0001, 0111, 0222, 0400, 0444, 0500, 0555, 0644, 0700,
+                                       0777, 01777, 02755, 04755, 06711, 07777}) {
         if (readable_to_us(mode)) {
             const std::string name = std::to_string(mode);
             write_file(at("s/f" + name), name);
@@ -1033,8 +1034,7 @@ TEST_F(MinibackupTest, HelpTellsEveryCommandAndOption) {
         EXPECT_EQ(command == "restore", one.out.find("--run NAME") != std::string::npos);
         EXPECT_EQ("", one.err);
     }
-    EXPECT_TRUE(
-        contains(run({"save", "--help"}).out, "Hard links are saved as files of their own"));
+    EXPECT_TRUE(contains(run({"save", "--help"}).out, "Hard links are saved as files"));
     EXPECT_TRUE(contains(run({"save", "--help"}).out, "Owners"));
     EXPECT_TRUE(contains(run({"restore", "--help"}).out, "set-user-ID"));
     ASSERT_TRUE(ended(run({"--version"}), 0));
