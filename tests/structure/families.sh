@@ -8,7 +8,7 @@ export LC_ALL=C
 cd "$1"
 library=$(basename "$1")
 families=$2
-header_families=$3
+header_families=${3-}
 status=0
 
 # check <pattern> <stems that it must match>

@@ -1,18 +1,19 @@
 #!/bin/bash
-# Checks what the dynamic linker is told about a library.
+# Checks what the dynamic linker is told about a library or a program.
 #
-# usage: linkage.sh <library> <soname> <libraries it may need>...
+# usage: linkage.sh <file> <soname> <libraries it may need>...
+# The soname of a program is "-".
 #
 # READELF names the readelf to use.
 set -euo pipefail
-library=$1
-soname=$2
+file=$1
+soname=${2#-}
 shift 2
-dynamic=$("${READELF:-readelf}" -dW "$library")
+dynamic=$("${READELF:-readelf}" -dW "$file")
 status=0
 
 fail() {
-    echo "$(basename "$library"): $*"
+    echo "$(basename "$file"): $*"
     status=1
 }
 
