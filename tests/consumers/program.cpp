@@ -26,7 +26,8 @@ void check_text() {
     std::string line = "\t Host: backup \r\n";
     nuriccl::string::crop_both(line, nuriccl::string::WHITESPACE);
     CHECK(line == "Host: backup");
-    CHECK(nuriccl::string::format_string("%s%c%d", "a", nuriccl::string::LIST_SEPARATOR, 3) == "a,3");
+    CHECK(nuriccl::string::format_string("%s%c%d", "a", nuriccl::string::LIST_SEPARATOR, 3) ==
+          "a,3");
     CHECK(nuriccl::to_str(255, std::hex) == "ff");
     CHECK(nuriccl::to_str(nuriccl::to_isotime(nuriccl::BAD_TIME_SHORT)) == nuriccl::BAD_TIME);
     int value = 0;
@@ -85,7 +86,9 @@ void check_exceptions() {
           "The requested segment lies past the end of the buffer.");
     const auto empty = boost::make_shared<std::vector<unsigned char>>();
     const auto full = boost::make_shared<std::vector<unsigned char>>(1);
-    CHECK(text_of<std::out_of_range>([&] { nuriccl::Zlib::Inflate(empty, full); }).rfind("vector", 0) == 0);
+    CHECK(text_of<std::out_of_range>([&] {
+              nuriccl::Zlib::Inflate(empty, full);
+          }).rfind("vector", 0) == 0);
 }
 
 void check_trace() {

@@ -14,8 +14,9 @@ void check_trace_and_copies() {
     const nuriccl::Buffer shared = buffer;
     buffer.begin_update(); // copies the bytes into a block of its own and says so
     CHECK(agent::calls.copies == 1);
-    CHECK(agent::calls.records == std::vector<std::string>{"level 1 in operator=: buffer contents were "
-                                                           "replaced during update"});
+    CHECK(agent::calls.records ==
+          std::vector<std::string>{"level 1 in operator=: buffer contents were "
+                                   "replaced during update"});
 }
 
 void check_digests() {
