@@ -17,11 +17,21 @@ function(nuriccl_configure_target target)
     endif()
 endfunction()
 
-# A shared library of this tree: soname, hidden visibility, and an export list that keeps what the
-# standard library's templates would leak out of the dynamic symbol table.
-function(nuriccl_configure_library target)
+# nuriccl_add_library(<target> FAMILIES <name>... HEADER_FAMILIES <name>...)
+#
+# A shared library of this tree, and the one list of its families: each is a header, a source (but for
+# a header family) and a test file of the same name. The library gets its soname, hidden visibility,
+# and an export list that keeps what the standard library's templates would leak out of the dynamic
+# symbol table.
+function(nuriccl_add_library target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FAMILIES;HEADER_FAMILIES")
+    list(TRANSFORM arg_FAMILIES REPLACE ".+" "source/\\0.cpp" OUTPUT_VARIABLE sources)
+    add_library(${target} SHARED ${sources})
+    add_library(nuriccl::${target} ALIAS ${target})
     nuriccl_configure_target(${target})
     set_target_properties(${target} PROPERTIES
+        NURICCL_FAMILIES "${arg_FAMILIES}"
+        NURICCL_HEADER_FAMILIES "${arg_HEADER_FAMILIES}"
         SOVERSION ${NURICCL_SOVERSION}
         CXX_VISIBILITY_PRESET hidden
         POSITION_INDEPENDENT_CODE ON

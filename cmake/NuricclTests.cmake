@@ -20,14 +20,14 @@ function(nuriccl_add_test name source)
     gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
 endfunction()
 
+# The test programs of all families of the libraries that are built here.
 function(nuriccl_add_family_tests)
-    if(TARGET nuriagent)
-        foreach(family isotime safe sha1 trace)
-            nuriccl_add_test(nuriagent_${family}
-                SharedLibraries/nuriagent/tests/${family}.cpp nuriagent)
+    foreach(library ${nuriccl_libraries})
+        get_target_property(families ${library} NURICCL_FAMILIES)
+        get_target_property(header_families ${library} NURICCL_HEADER_FAMILIES)
+        foreach(family ${families} ${header_families})
+            nuriccl_add_test(${library}_${family}
+                SharedLibraries/${library}/tests/${family}.cpp ${library})
         endforeach()
-    endif()
-    foreach(family buffer deque MultiBuffer signature string util Zlib)
-        nuriccl_add_test(nuriccl_${family} SharedLibraries/nuriccl/tests/${family}.cpp nuriccl)
     endforeach()
 endfunction()
