@@ -63,7 +63,7 @@ void check(const MultiBuffer& buffers, const Model& model) {
         std::equal(buffers.begin(), buffers.end(), model.begin(), model.end(),
                    [](const Buffer& a, const std::string& b) { return bytes_of(a) == b; }));
     std::string flat(text.size() + 1, '#');
-    FUZZ_REQUIRE(buffers.copy(&flat[0], static_cast<unsigned int>(flat.size())) == text.size());
+    FUZZ_REQUIRE(buffers.copy(flat.data(), static_cast<unsigned int>(flat.size())) == text.size());
     FUZZ_REQUIRE(flat == text + '#');
     if (!model.empty()) {
         FUZZ_REQUIRE(bytes_of(buffers.front()) == model.front());
@@ -158,7 +158,7 @@ private:
     void coalesce(std::size_t size) {
         const std::string expected = joined(split_model(model_, size));
         std::string flat(size, '#');
-        const unsigned int count = buffers_.coalesce(&flat[0], static_cast<unsigned int>(size));
+        const unsigned int count = buffers_.coalesce(flat.data(), static_cast<unsigned int>(size));
         FUZZ_REQUIRE(count == expected.size());
         FUZZ_REQUIRE(flat == expected + std::string(size - count, '#'));
     }

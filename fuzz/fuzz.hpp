@@ -5,21 +5,21 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-/// Ends the process, which libFuzzer reports with the input, when a property does not hold. Not `assert`:
-/// that is off in the optimised builds that are fuzzed.
+/// Tells which property does not hold and ends the process, which libFuzzer reports with the input.
+[[noreturn]] inline void property_failed(const char* file, int line, const char* property) {
+    std::cerr << file << ':' << line << ": does not hold: " << property << std::endl;
+    std::abort();
+}
+
+/// Checks a property of the input. Not `assert`: that is off in the optimised builds that are fuzzed.
 #define FUZZ_REQUIRE(property)                                                                     \
-    do {                                                                                           \
-        if (!(property)) {                                                                         \
-            std::fprintf(stderr, "%s:%d: does not hold: %s\n", __FILE__, __LINE__, #property);     \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
+    ((property) ? void() : property_failed(__FILE__, __LINE__, #property))
 
 /// The input as text.
 inline std::string text_of(const std::uint8_t* data, std::size_t size) {
