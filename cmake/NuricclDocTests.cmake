@@ -10,8 +10,8 @@ file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/docs)
 add_custom_command(
     OUTPUT ${nuriccl_header_examples}
     COMMAND ${NURICCL_AWK} -v output=${nuriccl_header_examples}
-        -f ${PROJECT_SOURCE_DIR}/docs/tests/header_examples.awk ${nuriccl_public_headers}
-    DEPENDS ${PROJECT_SOURCE_DIR}/docs/tests/header_examples.awk ${nuriccl_public_headers}
+        -f ${PROJECT_SOURCE_DIR}/tests/docs/header_examples.awk ${nuriccl_public_headers}
+    DEPENDS ${PROJECT_SOURCE_DIR}/tests/docs/header_examples.awk ${nuriccl_public_headers}
     COMMENT "Gathering the examples of the public headers"
     VERBATIM)
 add_executable(docs_header_examples ${nuriccl_header_examples})
@@ -32,7 +32,7 @@ if(PROJECT_IS_TOP_LEVEL AND NOT NURICCL_SANITIZE)
         set(nuriccl_readme_preset x86_64)
     endif()
     add_test(NAME docs.readme
-        COMMAND ${NURICCL_BASH} ${PROJECT_SOURCE_DIR}/docs/tests/readme.sh
+        COMMAND ${NURICCL_BASH} ${PROJECT_SOURCE_DIR}/tests/docs/readme.sh
             ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/docs/readme
             ${nuriccl_readme_preset})
     set_tests_properties(docs.readme PROPERTIES TIMEOUT 900 PROCESSORS 2)

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Usage: docs/tests/readme.sh DOCUMENT CHECKOUT SCRATCH PRESET
+# Usage: tests/docs/readme.sh DOCUMENT CHECKOUT SCRATCH PRESET
 #
 # Does what DOCUMENT, the README, tells its reader, in the new folder SCRATCH, and compares what is printed
 # with what it shows. The folder holds "nuriccl", a copy of the checkout CHECKOUT, and "home", the reader's
