@@ -1,5 +1,5 @@
 # Holds the documents against the library: the examples in the public headers are compiled and run, and so is
-# what the README tells its reader to do.
+# what the README tells its reader to do; links lead somewhere.
 
 find_program(NURICCL_AWK awk REQUIRED)
 
@@ -23,9 +23,13 @@ set_target_properties(docs_header_examples PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 add_test(NAME docs.header_examples COMMAND docs_header_examples)
 
+find_program(NURICCL_BASH bash REQUIRED)
+file(GLOB nuriccl_documents ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md)
+add_test(NAME docs.links
+    COMMAND ${NURICCL_BASH} ${PROJECT_SOURCE_DIR}/tests/docs/links.sh ${nuriccl_documents})
+
 # The README's reader builds without sanitizers.
 if(PROJECT_IS_TOP_LEVEL AND NOT NURICCL_SANITIZE)
-    find_program(NURICCL_BASH bash REQUIRED)
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
         set(nuriccl_readme_preset i386)
     else()

@@ -2,9 +2,9 @@
 # Usage: tests/docs/readme.sh DOCUMENT CHECKOUT SCRATCH PRESET
 #
 # Does what DOCUMENT, the README, tells its reader, in the new folder SCRATCH, and compares what is printed
-# with what it shows. The folder holds "nuriccl", a copy of the checkout CHECKOUT, and "home", the reader's
-# home folder. For the preset x86_64 the commands are changed as the document itself says: i386 becomes
-# x86_64, and -m32 becomes -m64.
+# with what it shows. SCRATCH gets a copy of the checkout CHECKOUT by the name of "nuriccl"; the reader's home is
+# a folder that lasts as long as this script. For the preset x86_64 the commands are changed as the document
+# itself says: i386 becomes x86_64, and -m32 becomes -m64.
 #
 # Each fenced block stands below a comment that says what it is; a block without one is an error.
 #
@@ -19,12 +19,14 @@
 set -euo pipefail
 
 document=$1 checkout=$2 scratch=$3 preset=$4
+home=
 line_number=0
 blocks=0
 sources=() # C++ files that the document shows
 uses=      # all text that can make use of them
 printed=   # what the last commands printed; only of interest to a block "output"
 has_printed=false
+compared=0
 
 stop() {
     printf '%s:%d: %s\n' "$document" "$line_number" "$*" >&2
@@ -32,8 +34,11 @@ stop() {
 }
 
 prepare_scratch() {
+    # Not in SCRATCH, which may have blanks in its path: the shell would split what pkg-config prints.
+    home=$(mktemp -d)
+    trap 'rm -rf -- "$home"' EXIT
     rm -rf -- "$scratch"
-    mkdir -p -- "$scratch/home" "$scratch/nuriccl"
+    mkdir -p -- "$scratch/nuriccl"
     local entry
     for entry in "$checkout"/* "$checkout"/.[!.]*; do
         case ${entry##*/} in
@@ -66,7 +71,7 @@ run_commands() {
     local status=0
     printf -- '--- line %d, in %s\n%s' "$line_number" "$1" "$2"
     # Only what a reader has in a new shell.
-    printed=$(cd -- "$scratch/$1" && env -i PATH="$PATH" HOME="$scratch/home" \
+    printed=$(cd -- "$scratch/$1" && env -i PATH="$PATH" HOME="$home" \
         bash -euo pipefail -c "$2" </dev/null) || status=$?
     printf '%s\n' "$printed"
     ((status == 0)) || stop "the commands above end with status $status"
@@ -78,6 +83,7 @@ compare_output() {
     [[ $has_printed == true ]] || stop "no commands come before this output"
     [[ $1 == "$printed"$'\n' ]] || stop "the commands print something else"
     has_printed=false
+    ((++compared))
 }
 
 check_scripts() {
@@ -141,4 +147,5 @@ read_document
 for source in "${sources[@]}"; do
     [[ $uses == *"$source"* ]] || stop "nothing builds $source"
 done
+((compared >= ${#sources[@]})) || stop "shows more programs than outputs"
 printf '%d blocks hold\n' "$blocks"
