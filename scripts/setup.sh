@@ -54,7 +54,7 @@ quietly() {
 
 package_is_installed() {
     dpkg-query -W -f '${db:Status-Status} ${Architecture}\n' "$1" 2>/dev/null |
-        grep -qxE "installed (all|$(dpkg --print-architecture))"
+        grep -xE "installed (all|$(dpkg --print-architecture))" >/dev/null
 }
 
 # Installs those of the named packages that are missing. NURICCL_SETUP=skip turns this off for systems

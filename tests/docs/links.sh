@@ -27,7 +27,7 @@ check_link() {
     if [[ ! -e $file ]]; then
         printf '%s: no such file: %s\n' "$1" "$2" >&2
         ((++failures))
-    elif [[ -n $anchor ]] && ! anchors "$file" | grep -qxF -- "$anchor"; then
+    elif [[ -n $anchor ]] && ! anchors "$file" | grep -xF -- "$anchor" >/dev/null; then
         printf '%s: no such heading: %s\n' "$1" "$2" >&2
         ((++failures))
     fi
