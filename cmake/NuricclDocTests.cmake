@@ -1,5 +1,5 @@
-# Holds the documents against the library: the examples in the public headers are compiled and run, and so is
-# what the README tells its reader to do; links lead somewhere.
+# Holds the documents against the library: the examples in the public headers are compiled and run,
+# and so is what the README tells its reader to do; links lead somewhere.
 
 find_program(NURICCL_AWK awk REQUIRED)
 

@@ -25,8 +25,8 @@ std::string joined(const Model& model) {
     return text;
 }
 
-// Removes `size` bytes from the front of the model. Pieces go whole, empty ones as long as bytes are
-// wanted, and at most one is cut.
+// Removes `size` bytes from the front of the model. Pieces go whole, empty ones as long as bytes
+// are wanted, and at most one is cut.
 Model split_model(Model& model, std::size_t size) {
     Model first;
     while (size != 0 && !model.empty()) {

@@ -1,5 +1,5 @@
-// Decompression takes any bytes and stays inside the size it was given; what it accepts, and what was
-// compressed, comes back the same by both forms.
+// Decompression takes any bytes and stays inside the size it was given; what it accepts, and what
+// was compressed, comes back the same by both forms.
 
 #include "fuzz.hpp"
 

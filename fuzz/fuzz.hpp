@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::abort();
 }
 
-/// Checks a property of the input. Not `assert`: that is off in the optimised builds that are fuzzed.
+/// Checks a property of the input. Not `assert`: that is off in the optimised builds that are
+/// fuzzed.
 #define FUZZ_REQUIRE(property)                                                                     \
     ((property) ? void() : property_failed(__FILE__, __LINE__, #property))
 

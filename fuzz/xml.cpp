@@ -1,5 +1,5 @@
-// XML escaping, narrow and wide: unescaping undoes escaping, and both agree with replacing one entity after
-// the other.
+// XML escaping, narrow and wide: unescaping undoes escaping, and both agree with replacing one
+// entity after the other.
 
 #include "fuzz.hpp"
 

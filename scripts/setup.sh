@@ -1,13 +1,13 @@
 # shellcheck shell=bash
 # What the scripts of this folder share; they source it.
 #
-# Each script brings the machine to what it needs and then works. On Debian 12 that takes no preparation
-# at all: what is missing is installed, what is there is left alone.
+# Each script brings the machine to what it needs and then works. On Debian 12 that takes no
+# preparation at all: what is missing is installed, what is there is left alone.
 
 root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/.." && pwd -P)
 
-# Debian packages by purpose. All come from the machine's own architecture: the 32-bit toolchain is the
-# multilib one, so no foreign architecture has to be enabled.
+# Debian packages by purpose. All come from the machine's own architecture: the 32-bit toolchain is
+# the multilib one, so no foreign architecture has to be enabled.
 # shellcheck disable=SC2034 # the lists are used by the scripts
 readonly BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib zlib1g-dev lib32z1-dev libboost-dev)
 # shellcheck disable=SC2034
@@ -57,21 +57,23 @@ package_is_installed() {
         grep -xE "installed (all|$(dpkg --print-architecture))" >/dev/null
 }
 
-# Installs those of the named packages that are missing. NURICCL_SETUP=skip turns this off for systems
-# that get the tools in another way.
+# Installs those of the named packages that are missing. NURICCL_SETUP=skip turns this off for
+# systems that get the tools in another way.
 require_packages() {
     if [[ ${NURICCL_SETUP-} == skip ]]; then
         return
     fi
     if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
-        printf '%s: this system has no apt-get. Install what these Debian packages contain:\n' "${0##*/}" >&2
-        printf '    %s\n' "$@" >&2
-        printf 'and call again with NURICCL_SETUP=skip in the environment.\n' >&2
+        {
+            say "${0##*/}: this system has no apt-get. Install what these Debian packages contain:"
+            printf '    %s\n' "$@"
+            say "and call again with NURICCL_SETUP=skip in the environment."
+        } >&2
         exit 1
     fi
     if [[ $(dpkg --print-architecture) != amd64 ]]; then
         fail "the 32-bit toolchain is set up for Debian on x86-64 (amd64), and this is" \
-            "$(dpkg --print-architecture). Call with NURICCL_SETUP=skip to go on with the tools at hand."
+            "$(dpkg --print-architecture). NURICCL_SETUP=skip goes on with the tools at hand."
     fi
     local package missing=()
     for package in "$@"; do
@@ -106,8 +108,8 @@ install_packages() {
 
 # configure FOLDER PRESET [CMAKE ARGUMENT...]
 #
-# A folder that was made in another place, or never finished being made, would be refused by CMake or keep
-# wrong answers: it holds nothing but generated files and is made anew.
+# A folder that was made in another place, or never finished being made, would be refused by CMake
+# or keep wrong answers: it holds nothing but generated files and is made anew.
 configure() {
     local folder=$1 preset=$2
     shift 2

@@ -1,5 +1,6 @@
-# Makes one program of the examples in the public headers: every @code{.cpp} ... @endcode block is a list of
-# statements and becomes the body of a function. Compiler and assert name the line of the header.
+# Makes one program of the examples in the public headers: every @code{.cpp} ... @endcode block is a
+# list of statements and becomes the body of a function. Compiler and assert name the line of the
+# header.
 #
 # awk -v output=FILE -f header_examples.awk HEADER...
 

@@ -1,20 +1,21 @@
 #!/bin/bash
 # Usage: tests/docs/readme.sh DOCUMENT CHECKOUT SCRATCH PRESET
 #
-# Does what DOCUMENT, the README, tells its reader, in the new folder SCRATCH, and compares what is printed
-# with what it shows. SCRATCH gets a copy of the checkout CHECKOUT by the name of "nuriccl"; the reader's home is
-# a folder that lasts as long as this script. For the preset x86_64 the commands are changed as the document
-# itself says: i386 becomes x86_64, and -m32 becomes -m64.
+# Does what DOCUMENT, the README, tells its reader, in the new folder SCRATCH, and compares what is
+# printed with what it shows. SCRATCH gets a copy of the checkout CHECKOUT by the name of "nuriccl";
+# the reader's home is a folder that lasts as long as this script. For the preset x86_64 the
+# commands are changed as the document itself says: i386 becomes x86_64, and -m32 becomes -m64.
 #
 # Each fenced block stands below a comment that says what it is; a block without one is an error.
 #
 #   <!-- example: file PATH -->     the contents of a file in SCRATCH
 #   <!-- example: run FOLDER -->    commands to run in that folder of SCRATCH; each must succeed
 #   <!-- example: output -->        all that the commands of the block before print
-#   <!-- example: scripts -->       commands of this project that set up the machine and run the suite, which
-#                                   calls this script. They are not run here: this checks only that they are
-#                                   there, can be executed and are sound as shell
-#   <!-- example: sample -->        the last lines that such a script prints; not compared with anything
+#   <!-- example: scripts -->       commands of this project that set up the machine and run the
+#                                   suite, which calls this script. They are not run here: this
+#                                   checks only that they are there, can be executed and are sound
+#                                   as shell
+#   <!-- example: sample -->        what such a script prints; not compared with anything
 
 set -euo pipefail
 
@@ -34,7 +35,8 @@ stop() {
 }
 
 prepare_scratch() {
-    # Not in SCRATCH, which may have blanks in its path: the shell would split what pkg-config prints.
+    # Not in SCRATCH, which may have blanks in its path: the shell would split what pkg-config
+    # prints.
     home=$(mktemp -d)
     trap 'rm -rf -- "$home"' EXIT
     rm -rf -- "$scratch"
