@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <iostream>
+#include <string_view>
 
 namespace nuritrace {
 
@@ -16,7 +17,7 @@ namespace {
 std::atomic<std::ostream*> trace_stream{&std::clog};
 
 // Appends `text` with its control characters as escapes.
-void append_as_one_line(std::string& line, const std::string& text) {
+void append_as_one_line(std::string& line, std::string_view text) {
     static const char digits[] = "0123456789abcdef";
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
@@ -32,6 +33,10 @@ void append_as_one_line(std::string& line, const std::string& text) {
     }
 }
 
+std::string_view text_or_empty(const char* text) noexcept {
+    return text != nullptr ? std::string_view(text) : std::string_view();
+}
+
 } // namespace
 
 std::ostream* set_trace_stream(std::ostream* stream) noexcept {
@@ -45,8 +50,10 @@ NuriTrace::~NuriTrace() { write(); }
 NuriTrace::Record& NuriTrace::Message(const char* file, const char* function, unsigned int line) {
     write();
     line_ = '[' + std::to_string(level_) + "] ";
-    line_.append(file).append("(").append(std::to_string(line)).append("): ");
-    line_.append(function).append(": ");
+    append_as_one_line(line_, text_or_empty(file));
+    line_.append("(").append(std::to_string(line)).append("): ");
+    append_as_one_line(line_, text_or_empty(function));
+    line_ += ": ";
     record_.text.clear();
     pending_ = true;
     return record_;

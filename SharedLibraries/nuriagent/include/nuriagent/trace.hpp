@@ -36,8 +36,11 @@ NURIAGENT_API std::ostream* set_trace_stream(std::ostream* stream) noexcept;
 /// Gathers one trace record and writes it when it goes out of scope.
 class NURIAGENT_API NuriTrace {
 public:
-    /// What is written after the place of a record. Append to `text`; control characters in it are
-    /// written as escapes ("\n", "\x1b"), so that a record stays one line.
+    /// What is written after the place of a record. Append to `text`.
+    ///
+    /// A record is one line whatever it holds: a line feed is written as "\n", every other control
+    /// character (below 0x20, and 0x7f) as "\x" and two lower-case hexadecimal digits. All other
+    /// bytes stand as they are, the backslash too: the line is for reading, not for parsing.
     struct Record {
         std::string text;
     };
@@ -53,8 +56,10 @@ public:
     NuriTrace(const NuriTrace&) = delete;
     NuriTrace& operator=(const NuriTrace&) = delete;
 
-    /// Starts the record of a place in the program. A record started before is written first.
+    /// Starts the record of a place in the program. A record started before is written first; its
+    /// reference then names the new, empty one.
     ///
+    /// @param file, function names of the place; null is the empty text.
     /// @return the record, valid until the next call and the end of this object.
     /// @throws std::bad_alloc
     Record& Message(const char* file, const char* function, unsigned int line);
