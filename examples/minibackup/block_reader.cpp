@@ -52,7 +52,7 @@ bool BlockReader::next(Record& piece) {
     if (piece.length == 0 && !at_end_) {
         fill_stream();
         block_.resize(stream_.data_length());
-        piece.length = stream_.coalesce(&block_[0], BLOCK_SIZE);
+        piece.length = stream_.coalesce(block_.data(), BLOCK_SIZE);
         position_ += piece.length;
         if (!block_.empty() && !all_zero(block_)) {
             piece.kind = Record::Kind::BLOCK;

@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cstdio>
 #include <map>
+#include <nuriccl/string.hpp>
 #include <nuriccl/util.hpp>
 
 namespace minibackup {
@@ -53,8 +54,9 @@ void Verifier::check_run(const std::string& run, ManifestReader& manifest) {
         for (Record piece; manifest.next_piece(piece);) {
             const std::string fault = piece.kind == Record::Kind::BLOCK ? fault_of(piece) : "";
             if (!fault.empty()) {
-                progress_.fault("run " + run + ", file " + readable(manifest.path()) + ": " +
-                                fault);
+                progress_.fault(nuriccl::string::format_string("run %s, file %s: %s", run.c_str(),
+                                                               readable(manifest.path()).c_str(),
+                                                               fault.c_str()));
             }
             progress_.advance(piece.length);
         }

@@ -27,7 +27,7 @@ const std::string MANIFEST = "manifest"; // the last part of a temporary name
 
 // Blocks are committed when there are so many, or so many bytes of them.
 constexpr std::size_t BATCH_BLOCKS = 1024;
-constexpr std::uint64_t BATCH_BYTES = 64 * BLOCK_SIZE;
+constexpr std::uint64_t BATCH_BYTES = std::uint64_t{64} * BLOCK_SIZE;
 
 // Room for a whole block that does not compress.
 constexpr std::size_t PACKED_SIZE_MAX = BLOCK_SIZE + BLOCK_SIZE / 256;
@@ -67,7 +67,7 @@ void read_file(int fd, std::string& text, std::size_t limit, const std::string& 
         throw Error(path, "is longer than it can be");
     }
     text.resize(static_cast<std::size_t>(size));
-    text.resize(read_whole(fd, &text[0], text.size(), path));
+    text.resize(read_whole(fd, text.data(), text.size(), path));
 }
 
 } // namespace
@@ -82,7 +82,7 @@ bool is_signature(std::string_view text) {
 Store::Store(const std::string& path)
     : Store(open_at(AT_FDCWD, path, OPEN_DIRECTORY, path), path) {}
 
-Store::Store(Descriptor root, const std::string& path) : root_(std::move(root)), path_(path) {
+Store::Store(Descriptor root, std::string path) : root_(std::move(root)), path_(std::move(path)) {
     std::string text;
     if (exists(root_.get(), MARKER, path_)) {
         const Descriptor marker =
@@ -246,7 +246,7 @@ std::string StoreWriter::publish(const timespec& time) {
     flush();
     const Descriptor marker = open_at(root_.get(), MARKER, O_RDONLY, path_of(MARKER));
     check(flock(marker.get(), LOCK_EX), path_of(MARKER), "cannot lock");
-    const std::string run = next_run(runs(), time);
+    std::string run = next_run(runs(), time);
     rename_in(root_.get(), temporary_ + MANIFEST, run, path_of(run));
     check(fsync(root_.get()), path_, "cannot flush");
     return run;

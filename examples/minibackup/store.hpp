@@ -60,7 +60,7 @@ public:
     const std::string& load(const std::string& signature, std::uint32_t size);
 
 protected:
-    Store(Descriptor root, const std::string& path);
+    Store(Descriptor root, std::string path);
 
     Descriptor root_;
     std::string path_;
