@@ -3,7 +3,7 @@
 
 find_program(NURICCL_AWK awk REQUIRED)
 
-file(GLOB nuriccl_public_headers
+file(GLOB nuriccl_public_headers CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/SharedLibraries/*/include/*/*.hpp)
 set(nuriccl_header_examples ${PROJECT_BINARY_DIR}/docs/header_examples.cpp)
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/docs)
@@ -24,7 +24,8 @@ set_target_properties(docs_header_examples PROPERTIES
 add_test(NAME docs.header_examples COMMAND docs_header_examples)
 
 find_program(NURICCL_BASH bash REQUIRED)
-file(GLOB nuriccl_documents ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md)
+file(GLOB nuriccl_documents CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md)
 add_test(NAME docs.links
     COMMAND ${NURICCL_BASH} ${PROJECT_SOURCE_DIR}/tests/docs/links.sh ${nuriccl_documents})
 

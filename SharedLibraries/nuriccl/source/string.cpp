@@ -10,8 +10,7 @@
 #include <locale>
 #include <string_view>
 
-namespace nuriccl {
-namespace string {
+namespace nuriccl::string {
 
 const char END_OF_STRING_CHAR = '\0';
 const char FORWARD_SLASH = '/';
@@ -380,5 +379,4 @@ bool hex_dump(std::string& out, const char* data, int length, const char* title,
     return true;
 }
 
-} // namespace string
-} // namespace nuriccl
+} // namespace nuriccl::string

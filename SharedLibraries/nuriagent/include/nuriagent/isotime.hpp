@@ -7,6 +7,17 @@
 /// `nuriccl::to_str` and `nuriccl::to_isotime` convert it to and from text.
 ///
 /// Thread safety: a plain aggregate; distinct records may be used on different threads.
+///
+/// @code{.cpp}
+/// isotime noon{}; // 2026-03-01T12:00+01:00
+/// noon.zone_flag = 1;
+/// noon.zone_offset = 60;
+/// noon.year = 2026;
+/// noon.month = 3;
+/// noon.day = 1;
+/// noon.hour = 12;
+/// assert(noon.minute == 0 && noon.hundredths == 0);
+/// @endcode
 
 #include <cstdint>
 

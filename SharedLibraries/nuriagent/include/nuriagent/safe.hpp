@@ -7,6 +7,13 @@
 /// already proved need only `std::memcpy`.
 ///
 /// Thread safety: every function is re-entrant and keeps no state.
+///
+/// @code{.cpp}
+/// char name[4];
+/// safe::MemoryCopy(name, sizeof name, "tape", 4);
+/// assert(std::string(name, 4) == "tape");
+/// assert(safe::StringToInt32("  -12 files") == -12);
+/// @endcode
 
 #include <nuriagent/export.hpp>
 

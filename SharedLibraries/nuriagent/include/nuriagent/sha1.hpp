@@ -10,6 +10,15 @@
 ///
 /// Thread safety: distinct contexts may be used on different threads; one context by one thread at
 /// a time.
+///
+/// @code{.cpp}
+/// sha1_context context;
+/// unsigned char digest[20];
+/// sha1_begin(&context);
+/// sha1_hash(reinterpret_cast<const unsigned char*>("abc"), 3, &context);
+/// sha1_end(digest, &context);
+/// assert(digest[0] == 0xa9 && digest[19] == 0x9d);
+/// @endcode
 
 #include <nuriagent/export.hpp>
 

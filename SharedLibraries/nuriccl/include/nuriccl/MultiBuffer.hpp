@@ -12,6 +12,10 @@
 ///
 ///     split(5):  returns [ a a a ][ b b ]   and keeps [ b b ][ c c ]; both [ b b ] share b's block
 ///
+/// A Buffer that is in an update may be added, but the update is not carried far: it ends when the
+/// Buffer is moved inside the sequence (by growth, or whole by `split`). A piece that is cut keeps
+/// its update, and its rest is a copy.
+///
 /// @code{.cpp}
 /// nuriccl::Buffer piece(3);
 /// std::memcpy(piece.begin_update(), "abc", 3);
@@ -64,8 +68,10 @@ public:
 
     void swap(MultiBuffer& other) noexcept;
 
-    /// @name Adding a Buffer at an end Constant time, but for the growth of the ring (see `deque`).
-    /// `buffer` may be one of this sequence. Strong exception guarantee: the sequence and `buffer`
+    /// @name Adding a Buffer at an end
+    ///
+    /// Constant time, but for the growth of the ring (see `deque`). `buffer` may be one of this
+    /// sequence. Strong exception guarantee: the sequence and `buffer`
     /// are as they were.
     /// @throws std::bad_alloc
     /// @{

@@ -52,7 +52,7 @@ public:
 
     /// Decompresses `input` into `output`, whose size is the room for the data. The size is not
     /// changed and the length of the data is not reported: give the vector the exact size of the
-    /// data.
+    /// data. When `output` is `input`, the room is the size of the compressed data.
     ///
     /// @return false when a pointer is null, `input` is empty or no zlib stream, or the data
     ///         exceeds the size

@@ -56,16 +56,21 @@ public:
     /// set.
     ///
     /// `capacity()` is `size` rounded up to a multiple of the size of a control block
-    /// (`sizeof(ControlBlockBase)`). Block sizes are 32-bit and wrap: within two control blocks of
-    /// 2^32 the result has capacity 0, or the block is too small to be used.
+    /// (`sizeof(ControlBlockBase)`). Block sizes are 32-bit and wrap close to 2^32:
+    ///
+    /// | `size` in 32-bit programs | in 64-bit programs | result |
+    /// |---|---|---|
+    /// | 0xFFFFFFF1 to 0xFFFFFFF4 | 0xFFFFFFD9 to 0xFFFFFFE8 | std::logic_error |
+    /// | above | above | capacity 0 |
     ///
     /// @throws std::bad_alloc
     /// @throws std::logic_error when the wrapped block cannot hold its control block. These few
     ///         bytes stay allocated.
     explicit Buffer(unsigned int size);
 
-    /// Shares the block of `other`. When `other` is in an update, takes a copy of its bytes in a
-    /// block of the same capacity instead. The new handle is not in an update.
+    /// Shares the block of `other`. When `other` is in an update, takes a copy of its bytes
+    /// instead, in a block whose capacity is `other.capacity()` rounded up as for a new Buffer. The
+    /// new handle is not in an update.
     ///
     /// @throws std::bad_alloc only when `other` is in an update
     Buffer(const Buffer& other);
@@ -108,8 +113,9 @@ public:
     bool empty() const noexcept;
 
     /// Opens an update, or nests one in the update that is open, and makes the block this handle's
-    /// own: while it is shared, its bytes are copied into a new block of the same capacity and
-    /// `data_length()` reads 0 until it is set. The other handles keep the old block.
+    /// own: while it is shared, its bytes are copied into a new block, whose capacity is rounded up
+    /// as for a new Buffer, and `data_length()` reads 0 until it is set. The other handles keep the
+    /// old block.
     ///
     /// @return the place of `capacity()` writable bytes; null without storage (the update is open
     ///         then, too)

@@ -77,9 +77,10 @@ public:
 
     void swap(deque& other) noexcept;
 
-    /// @name Adding an element at an end Constant time, but for the growth of a full ring, which
-    /// moves each element once. Strong exception guarantee, the argument included, as long as
-    /// moving a `T` cannot throw.
+    /// @name Adding an element at an end
+    ///
+    /// Constant time, but for the growth of a full ring, which moves each element once. Strong
+    /// exception guarantee, the argument included, as long as moving a `T` cannot throw.
     /// @throws std::bad_alloc, and what copying or moving the element throws
     /// @{
     void push_back(const T& value) { insert_back(value); }

@@ -85,10 +85,14 @@ public:
     /// | a stream | what is left of it |
     /// | a signable object | what `SignableObject::binary_signature` gives; null as no bytes |
     ///
-    /// A stream is read in chunks of 1 MiB from one buffer. It counts as empty when it is bad or at its
-    /// end when it comes, when it throws, and when there is no memory for the buffer.
+    /// A stream is read in chunks of 1 MiB from one buffer. It counts as empty when it is bad or
+    /// at its end when it comes, when it throws (as every stream whose `exceptions` include
+    /// `eofbit` does at its end), and when there is no memory for the buffer. A stream that turns
+    /// bad without throwing is signed as far as it could be read: ask the stream, not the
+    /// signature.
     ///
-    /// @return a new array, which the caller releases with `free_binary`; never null
+    /// @return a new array, which the caller releases with `free_binary`; never null, provided
+    ///         that a signable object keeps its word
     /// @throws std::bad_alloc
     /// @{
     static unsigned char* binary(const unsigned char* data, unsigned int length);

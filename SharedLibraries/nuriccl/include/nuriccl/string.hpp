@@ -18,18 +18,18 @@
 /// assert(nuriccl::string::format_string("%s: %d files", "done", 3) == "done: 3 files");
 /// @endcode
 ///
-/// In every function an argument that aliases the output (a set that is the text, a `title` inside
-/// `out`) is read as it was at the call. A null `const char*` is the empty text. Functions that can
-/// allocate throw std::bad_alloc, or std::length_error for a text beyond the limit of std::string,
-/// and leave their output as it was unless told otherwise.
+/// An argument that aliases the output (a set that is the text, a `title` inside `out`) is read as
+/// it was at the call; `sprintfSafe`, which empties its output first, and `strlcpy` and `strlcat`
+/// are the exceptions. A null `const char*` is the empty text. Functions that can allocate throw
+/// std::bad_alloc, or std::length_error for a text beyond the limit of std::string, and leave their
+/// output as it was unless told otherwise.
 
 #include <nuriccl/export.hpp>
 
 #include <cstdarg>
 #include <string>
 
-namespace nuriccl {
-namespace string {
+namespace nuriccl::string {
 
 /// @name Shared characters
 /// @{
@@ -47,9 +47,10 @@ extern NURICCL_API const char WHITE_SPACE;         ///< one blank; the set is `W
 /// The set " \t\r\n" for the crop and trim functions. Built before any caller can run.
 extern NURICCL_API const std::string WHITESPACE;
 
-/// @name Cropping and trimming `set` is a set of characters in any order. The whole run of its
-/// members at an end is removed. The crop functions work in place and never allocate; the trim
-/// functions return a cropped copy.
+/// @name Cropping and trimming
+///
+/// `set` is a set of characters in any order. The whole run of its members at an end is removed.
+/// The crop functions work in place and never allocate; the trim functions return a cropped copy.
 /// @{
 NURICCL_API void crop_left(std::string& text, const std::string& set);
 NURICCL_API void crop_right(std::string& text, const std::string& set);
@@ -78,8 +79,10 @@ NURICCL_API void SpanIncluding(std::string& text, std::string set);
 ///         either text is empty.
 NURICCL_API int ifind(const std::string& haystack, const std::string& needle);
 
-/// @name Comparison regardless of case Compares byte by byte after the C library's `toupper`
-/// (current C locale); a proper prefix is less. Never allocates.
+/// @name Comparison regardless of case
+///
+/// Compares byte by byte after the C library's `toupper` (current C locale); a proper prefix is
+/// less. Never allocates.
 /// @return a negative number, 0 or a positive number; the magnitude carries no meaning.
 /// @{
 NURICCL_API int icompare(const std::string& a, const std::string& b);
@@ -107,7 +110,8 @@ NURICCL_API void NormalizeNameCaseInsensitive(std::string& text) noexcept;
 /// @return `dst` (not a length, unlike the BSD function of this name)
 NURICCL_API char* strlcat(char* dst, const char* src, unsigned int size);
 
-/// Copies `src` to `dst`, a space of `size` bytes, cut so that with its NUL it fits.
+/// Copies `src` to `dst`, a space of `size` bytes, cut so that with its NUL it fits. `dst` is ended
+/// at its first byte before `src` is read.
 ///
 /// @return `dst` (not a length, unlike the BSD function of this name); null when `size` is 0
 NURICCL_API char* strlcpy(char* dst, const char* src, unsigned int size);
@@ -139,9 +143,11 @@ NURICCL_API int sprintfSafe(std::string& out, const char* format, ...)
 NURICCL_API std::string format_string(const char* format, ...)
     __attribute__((format(printf, 1, 2)));
 
-/// @name XML escaping, in place Replaces '&', '<' and '>' by "&amp;", "&lt;" and "&gt;", and back.
-/// Quotes and every other entity stay as they are. Unescaping undoes one level: "&amp;lt;" becomes
-/// "&lt;". Linear; only `xml_escape` allocates, once at most.
+/// @name XML escaping, in place
+///
+/// Replaces '&', '<' and '>' by "&amp;", "&lt;" and "&gt;", and back. Quotes and every other entity
+/// stay as they are. Unescaping undoes one level: "&amp;lt;" becomes "&lt;". Linear; only
+/// `xml_escape` allocates, once at most.
 /// @{
 NURICCL_API void xml_escape(std::string& text);
 NURICCL_API void xml_escape(std::wstring& text);
@@ -173,5 +179,4 @@ NURICCL_API std::string utf8_to_xml(const std::string& text);
 NURICCL_API bool hex_dump(std::string& out, const char* data, int length, const char* title,
                           const char* prefix);
 
-} // namespace string
-} // namespace nuriccl
+} // namespace nuriccl::string

@@ -9,7 +9,7 @@
 /// be checked strictly, check it first.
 ///
 /// Thread safety: every function is re-entrant and keeps no state. Numbers are read under the
-/// global std::locale, and `to_str(double)` uses the decimal point of the C locale.
+/// global std::locale, and `to_str(double)` uses the decimal point of the current C locale.
 ///
 /// @code{.cpp}
 /// assert(nuriccl::to_str(255, std::hex) == "ff");
@@ -34,7 +34,13 @@ extern NURICCL_API const char BAD_TIME[29];
 extern NURICCL_API const char BAD_TIME_SHORT[26];
 
 /// The type of `std::dec`, `std::hex` and `std::oct`. Pass the functions themselves: they are
-/// recognised by their address.
+/// recognised by their address. A null manipulator writes decimal and reads no number.
+///
+/// The address is one for all modules that let the dynamic linker share the inline functions of the
+/// standard library, which is the rule. A caller that is built with `-fvisibility-inlines-hidden`
+/// or `-Bsymbolic-functions`, and a plugin that is opened with RTLD_LOCAL by a host which neither
+/// uses the manipulators nor links this library, pass functions of their own, which count as any
+/// other manipulator.
 using Manipulator = std::ios_base& (*)(std::ios_base&);
 
 /// @name Value to text
@@ -79,7 +85,7 @@ NURICCL_API std::string to_str(unsigned long long value, Manipulator manipulator
 /// | target | form | rule |
 /// |---|---|---|
 /// | `char`, `unsigned char` | without | the first character, 0 of no text; always true |
-/// | `char`, `unsigned char` | with manipulator | the low 8 bits of a number read as `unsigned int` |
+/// | `char`, `unsigned char` | with manipulator | low 8 bits of a number read as `unsigned int` |
 /// | `bool` | both | "true" and "false" only; otherwise false with `out` untouched |
 /// | `isotime` | both | `to_isotime(text)` is stored in any case; true when the record is valid |
 /// | `unsigned short`, `unsigned int`, `unsigned long long` | both | a number, see below |
@@ -91,7 +97,7 @@ NURICCL_API std::string to_str(unsigned long long value, Manipulator manipulator
 /// white space is skipped, characters after the number are not examined, a "-" negates modulo 2^n,
 /// and a value beyond the unsigned type fails and stores its maximum. A text without a number fails
 /// and stores 0; the empty text stores 0 and succeeds. So `fromStr<int>` takes "3000000000" as
-/// -1294967296.
+/// -1294967296. The character targets take the low 8 bits of what is stored, failure or not.
 /// @throws std::bad_alloc
 /// @{
 template <class T>
