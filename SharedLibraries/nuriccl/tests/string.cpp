@@ -20,56 +20,28 @@
 //   what the header says of allocations        Allocations.*
 //   the example of the header                  StringUsage.*
 
+#include "support/allocation.hpp"
+#include "support/locale.hpp"
+#include "support/texts.hpp"
+
 #include <nuriccl/string.hpp>
 
 #include <algorithm>
 #include <cctype>
 #include <climits>
-#include <clocale>
 #include <cstdarg>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <locale>
 #include <map>
-#include <new>
 #include <printf.h>
 #include <set>
 #include <string>
-#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
-
-namespace {
-
-std::size_t allocations = 0;
-std::size_t allocations_left = SIZE_MAX; // until one fails
-
-} // namespace
-
-// Every allocation of the program and of the libraries that it loads comes here.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (allocations_left == 0) {
-        throw std::bad_alloc();
-    }
-    --allocations_left;
-    void* const place = std::malloc(size != 0 ? size : 1);
-    if (place == nullptr) {
-        throw std::bad_alloc();
-    }
-    return place;
-}
-
-// Kept out of line: where only the release is inlined, GCC takes it for one of another kind.
-__attribute__((noinline)) void operator delete(void* place) noexcept { std::free(place); }
-
-__attribute__((noinline)) void operator delete(void* place, std::size_t) noexcept {
-    std::free(place);
-}
 
 namespace {
 
@@ -81,28 +53,6 @@ const std::string trimmed_at_start = ns::trim_both("\r\n\tx y \t", ns::WHITESPAC
 
 const std::string DIGITS = "0123456789";
 
-// Every text of up to `longest` characters of `alphabet`, the empty one first.
-std::vector<std::string> texts_over(std::string_view alphabet, std::size_t longest) {
-    std::vector<std::string> texts{""};
-    std::size_t first = 0;
-    for (std::size_t length = 0; length < longest; ++length) {
-        for (const std::size_t last = texts.size(); first < last; ++first) {
-            for (const char c : alphabet) {
-                texts.push_back(texts[first] + c);
-            }
-        }
-    }
-    return texts;
-}
-
-std::string all_bytes() {
-    std::string bytes;
-    for (int byte = 0; byte <= 255; ++byte) {
-        bytes += static_cast<char>(byte);
-    }
-    return bytes;
-}
-
 bool contains(const std::string& set, char c) { return set.find(c) != std::string::npos; }
 
 unsigned char to_byte(char c) { return static_cast<unsigned char>(c); }
@@ -110,32 +60,6 @@ unsigned char to_byte(char c) { return static_cast<unsigned char>(c); }
 int sign(int value) { return (value > 0) - (value < 0); }
 
 std::wstring widened(const std::string& text) { return {text.begin(), text.end()}; }
-
-// Sets the C locale for the length of a scope.
-class CLocale {
-public:
-    explicit CLocale(const char* name) : earlier_(std::setlocale(LC_ALL, nullptr)) {
-        EXPECT_NE(std::setlocale(LC_ALL, name), nullptr) << name;
-    }
-    ~CLocale() { std::setlocale(LC_ALL, earlier_.c_str()); }
-    CLocale(const CLocale&) = delete;
-    CLocale& operator=(const CLocale&) = delete;
-
-private:
-    std::string earlier_;
-};
-
-// Sets the global std::locale for the length of a scope.
-class GlobalLocale {
-public:
-    explicit GlobalLocale(const std::locale& locale) : earlier_(std::locale::global(locale)) {}
-    ~GlobalLocale() { std::locale::global(earlier_); }
-    GlobalLocale(const GlobalLocale&) = delete;
-    GlobalLocale& operator=(const GlobalLocale&) = delete;
-
-private:
-    std::locale earlier_;
-};
 
 // Knows no letters, no digits and no punctuation; the upper case of '#' and of byte 0xe9 is '@', every
 // other character is its own.
@@ -160,33 +84,6 @@ private:
 };
 
 std::locale strange_locale() { return std::locale(std::locale::classic(), new StrangeCtype); }
-
-// Runs `operation` over and over, with its first allocation failing, then its second and so on, until
-// it succeeds. After each failure `check` looks at what was left behind.
-template <class Operation, class Check>
-std::size_t fail_each_allocation(Operation operation, Check check) {
-    for (std::size_t failing = 0;; ++failing) {
-        bool failed = false;
-        allocations_left = failing;
-        try {
-            operation();
-        } catch (const std::bad_alloc&) {
-            failed = true;
-        }
-        allocations_left = SIZE_MAX;
-        if (!failed) {
-            return failing;
-        }
-        check();
-    }
-}
-
-template <class Operation>
-std::size_t allocations_of(Operation operation) {
-    const std::size_t before = allocations;
-    operation();
-    return allocations - before;
-}
 
 } // namespace
 
@@ -255,9 +152,9 @@ std::string model_crop_both(const std::string& text, const std::string& set) {
 // Crop and trim against a model: every text of up to 5 of three characters with every set of up to 3.
 void expect_like_model(Crop crop, Trim trim,
                        std::string (*model)(std::string text, const std::string& set)) {
-    const std::string_view alphabet("a \0", 3);
-    const std::vector<std::string> sets = texts_over(alphabet, 3);
-    for (const std::string& text : texts_over(alphabet, 5)) {
+    const std::string alphabet("a \0", 3);
+    const std::vector<std::string> sets = texts::over<std::string>(alphabet, 3);
+    for (const std::string& text : texts::over<std::string>(alphabet, 5)) {
         for (const std::string& set : sets) {
             const std::string expected = model(text, set);
             ASSERT_EQ(cropped(crop, text, set), expected) << text << '/' << set;
@@ -319,7 +216,7 @@ TEST(CropBoth, AgreesWithTheModel) {
 }
 
 TEST(Crop, KnowsEveryByte) {
-    for (const char c : all_bytes()) {
+    for (const char c : texts::all_bytes()) {
         const std::string set(1, c);
         const char other = c == 'x' ? 'y' : 'x';
         const std::string inner = std::string(1, other) + c + other;
@@ -444,9 +341,9 @@ TEST(Replace, TakesTheTextAsAnyArgument) {
 }
 
 TEST(Replace, AgreesWithTheModel) {
-    const std::vector<std::string> froms = texts_over("ab", 3);
-    const std::vector<std::string> tos = texts_over("ab", 3);
-    for (const std::string& text : texts_over("ab", 7)) {
+    const std::vector<std::string> froms = texts::over<std::string>("ab", 3);
+    const std::vector<std::string> tos = texts::over<std::string>("ab", 3);
+    for (const std::string& text : texts::over<std::string>("ab", 7)) {
         for (const std::string& from : froms) {
             for (const std::string& to : tos) {
                 if (!from.empty()) {
@@ -508,9 +405,9 @@ TEST(SpanIncluding, TakesTheTextAsItsOwnSet) {
 }
 
 TEST(SpanIncluding, AgreesWithTheModel) {
-    const std::string_view alphabet("ab\0", 3);
-    const std::vector<std::string> sets = texts_over(alphabet, 3);
-    for (const std::string& text : texts_over(alphabet, 5)) {
+    const std::string alphabet("ab\0", 3);
+    const std::vector<std::string> sets = texts::over<std::string>(alphabet, 3);
+    for (const std::string& text : texts::over<std::string>(alphabet, 5)) {
         for (const std::string& set : sets) {
             std::string expected;
             for (std::size_t i = 0; i < text.size() && contains(set, text[i]); ++i) {
@@ -585,8 +482,8 @@ TEST(Ifind, TakesTheSameTextTwice) {
 }
 
 TEST(Ifind, AgreesWithTheModel) {
-    const std::vector<std::string> needles = texts_over("aAb", 3);
-    for (const std::string& haystack : texts_over("aAb", 6)) {
+    const std::vector<std::string> needles = texts::over<std::string>("aAb", 3);
+    for (const std::string& haystack : texts::over<std::string>("aAb", 6)) {
         for (const std::string& needle : needles) {
             ASSERT_EQ(ns::ifind(haystack, needle), model_ifind(haystack, needle))
                 << haystack << '/' << needle;
@@ -595,8 +492,8 @@ TEST(Ifind, AgreesWithTheModel) {
 }
 
 TEST(Ifind, FoldsOnlyAsciiLettersInTheClassicLocale) {
-    for (const char a : all_bytes()) {
-        for (const char b : all_bytes()) {
+    for (const char a : texts::all_bytes()) {
+        for (const char b : texts::all_bytes()) {
             ASSERT_EQ(ns::ifind(std::string(1, a), std::string(1, b)),
                       model_upper(a) == model_upper(b) ? 0 : -1)
                 << int{to_byte(a)} << '/' << int{to_byte(b)};
@@ -607,7 +504,7 @@ TEST(Ifind, FoldsOnlyAsciiLettersInTheClassicLocale) {
 TEST(Ifind, FoldsByTheGlobalLocaleAtTheCall) {
     EXPECT_EQ(ns::ifind("a#b", "@"), -1);
     {
-        const GlobalLocale locale(strange_locale());
+        const scoped::GlobalLocale locale(strange_locale());
         EXPECT_EQ(ns::ifind("a#b", "@"), 1);
         EXPECT_EQ(ns::ifind("a@b", "#"), 1);
         EXPECT_EQ(ns::ifind("ab\xe9", "b@"), 1);
@@ -654,9 +551,9 @@ TEST(Icompare, ComparesInUpperCase) {
 
 TEST(Icompare, OrdersEveryPairOfBytesAsUnsignedUpperCase) {
     for (const char* const name : {"C", "C.UTF-8"}) {
-        const CLocale locale(name);
-        for (const char a : all_bytes()) {
-            for (const char b : all_bytes()) {
+        const scoped::CLocale locale(name);
+        for (const char a : texts::all_bytes()) {
+            for (const char b : texts::all_bytes()) {
                 const int expected = to_byte(model_upper(a)) - to_byte(model_upper(b));
                 ASSERT_EQ(sign(ns::icompare(std::string(1, a), std::string(1, b))), sign(expected))
                     << int{to_byte(a)} << '/' << int{to_byte(b)} << " in " << name;
@@ -666,7 +563,7 @@ TEST(Icompare, OrdersEveryPairOfBytesAsUnsignedUpperCase) {
 }
 
 TEST(Icompare, AgreesWithTheModel) {
-    const std::vector<std::string> texts = texts_over("aAb_", 4);
+    const std::vector<std::string> texts = texts::over<std::string>("aAb_", 4);
     for (const std::string& a : texts) {
         for (const std::string& b : texts) {
             ASSERT_EQ(sign(ns::icompare(a, b)), sign(model_upper(a).compare(model_upper(b))))
@@ -713,7 +610,7 @@ TEST(Icompare, TakesTheSameTextTwice) {
 }
 
 TEST(Icompare, DoesNotLookAtTheStdLocale) {
-    const GlobalLocale locale(strange_locale());
+    const scoped::GlobalLocale locale(strange_locale());
     EXPECT_EQ(ns::icompare("abc", "ABC"), 0);
     EXPECT_LT(ns::icompare("#", "@"), 0);
 }
@@ -729,7 +626,7 @@ TEST(CaseInsensitiveCompare, IsTrueWhenTheComparisonIsNegative) {
 
 TEST(CaseInsensitiveCompare, OrdersLikeIcompare) {
     const ns::CaseInsensitiveCompare less{};
-    const std::vector<std::string> texts = texts_over("aB\xff", 3);
+    const std::vector<std::string> texts = texts::over<std::string>("aB\xff", 3);
     for (const std::string& a : texts) {
         for (const std::string& b : texts) {
             ASSERT_EQ(less(a, b), ns::icompare(a, b) < 0) << a << '/' << b;
@@ -792,13 +689,13 @@ TEST(Normalize, LeavesTheSourceUnchanged) {
 
 TEST(Normalize, ChangesOnlyAsciiLetters) {
     for (const char* const name : {"C", "C.UTF-8"}) {
-        const CLocale locale(name);
-        EXPECT_EQ(normalised(all_bytes()), model_upper(all_bytes())) << name;
+        const scoped::CLocale locale(name);
+        EXPECT_EQ(normalised(texts::all_bytes()), model_upper(texts::all_bytes())) << name;
     }
 }
 
 TEST(Normalize, DoesNotLookAtTheStdLocale) {
-    const GlobalLocale locale(strange_locale());
+    const scoped::GlobalLocale locale(strange_locale());
     EXPECT_EQ(normalised("a#\xe9"), "A#\xe9");
 }
 
@@ -809,7 +706,7 @@ TEST(Normalize, TakesTheSourceAsDestination) {
 }
 
 TEST(Normalize, GivesOneTextForEqualNames) {
-    const std::vector<std::string> texts = texts_over("aAb_", 3);
+    const std::vector<std::string> texts = texts::over<std::string>("aAb_", 3);
     for (const std::string& a : texts) {
         for (const std::string& b : texts) {
             ASSERT_EQ(normalised(a) == normalised(b), ns::icompare(a, b) == 0) << a << '/' << b;
@@ -1086,7 +983,7 @@ TEST(SprintfSafe, CutsALongTextAtItsFirstNul) {
 }
 
 TEST(SprintfSafe, IsNegativeAndEmptyWhenACharacterCannotBeWritten) {
-    const CLocale locale("C");
+    const scoped::CLocale locale("C");
     std::string out = "what stood there before";
     EXPECT_LT(ns::sprintfSafe(out, "%ls", UNWRITABLE), 0);
     EXPECT_EQ(out, "");
@@ -1103,7 +1000,7 @@ TEST(SprintfSafe, IsNegativeAndEmptyWhenTheTextIsTooLongToCount) {
 }
 
 TEST(SprintfSafe, WritesInTheCurrentCLocale) {
-    const CLocale locale("C.UTF-8");
+    const scoped::CLocale locale("C.UTF-8");
     std::string out;
     EXPECT_EQ(ns::sprintfSafe(out, "%ls", UNWRITABLE), 4);
     EXPECT_EQ(out, "a\xe2\x82\xac");
@@ -1128,7 +1025,7 @@ TEST(SprintfSafe, DoesNotConsumeTheArgumentListOfALongText) {
 }
 
 TEST(SprintfSafe, DoesNotConsumeTheArgumentListOfAFailure) {
-    const CLocale locale("C");
+    const scoped::CLocale locale("C");
     const ListRun run = run_list("%d %ls", 42, UNWRITABLE);
     EXPECT_LT(run.count, 0);
     EXPECT_EQ(run.text, "");
@@ -1227,7 +1124,7 @@ TEST(FormatString, TakesCharacterPointers) {
 }
 
 TEST(FormatString, IsEmptyWhenTheFormatCannotBeRendered) {
-    const CLocale locale("C");
+    const scoped::CLocale locale("C");
     EXPECT_EQ(ns::format_string("text %ls", UNWRITABLE), "");
 }
 
@@ -1298,7 +1195,7 @@ TEST(XmlEscape, DoesNotEscapeWhatItInserted) {
 }
 
 TEST(XmlEscape, LeavesEveryOtherByte) {
-    for (const char c : all_bytes()) {
+    for (const char c : texts::all_bytes()) {
         if (c != '&' && c != '<' && c != '>') {
             EXPECT_EQ(escaped(std::string(2, c)), std::string(2, c)) << int{to_byte(c)};
         }
@@ -1308,7 +1205,7 @@ TEST(XmlEscape, LeavesEveryOtherByte) {
 }
 
 TEST(XmlEscape, AgreesWithTheModel) {
-    for (const std::string& text : texts_over("&<>a;", 6)) {
+    for (const std::string& text : texts::over<std::string>("&<>a;", 6)) {
         ASSERT_EQ(escaped(text), model_escape(text));
     }
 }
@@ -1348,10 +1245,10 @@ TEST(XmlUnescape, KnowsNoOtherEntity) {
 }
 
 TEST(XmlUnescape, AgreesWithTheModelOnCharacters) {
-    for (const std::string& text : texts_over("&lgt;", 7)) {
+    for (const std::string& text : texts::over<std::string>("&lgt;", 7)) {
         ASSERT_EQ(unescaped(text), model_unescape(text));
     }
-    for (const std::string& text : texts_over("&amp;", 7)) {
+    for (const std::string& text : texts::over<std::string>("&amp;", 7)) {
         ASSERT_EQ(unescaped(text), model_unescape(text));
     }
 }
@@ -1359,7 +1256,7 @@ TEST(XmlUnescape, AgreesWithTheModelOnCharacters) {
 // Every sequence of up to six of the pieces that entities are made of.
 TEST(XmlUnescape, AgreesWithTheModelOnPieces) {
     const std::string pieces[] = {"&", "amp;", "lt;", "gt;", "&amp;", "a", ";"};
-    for (const std::string& choice : texts_over("0123456", 6)) {
+    for (const std::string& choice : texts::over<std::string>("0123456", 6)) {
         std::string text;
         for (const char c : choice) {
             text += pieces[c - '0'];
@@ -1375,8 +1272,8 @@ TEST(XmlUnescape, LeavesWideCharactersBeyondOneByte) {
 }
 
 TEST(Xml, UnescapeGivesBackWhatWasEscaped) {
-    EXPECT_EQ(unescaped(escaped(all_bytes())), all_bytes());
-    for (const std::string& text : texts_over("&<;lta", 5)) {
+    EXPECT_EQ(unescaped(escaped(texts::all_bytes())), texts::all_bytes());
+    for (const std::string& text : texts::over<std::string>("&<;lta", 5)) {
         ASSERT_EQ(unescaped(escaped(text)), text);
     }
 }
@@ -1433,9 +1330,9 @@ TEST(Utf8ToXml, ReplacesC1BytesInsideASequence) {
 }
 
 TEST(Utf8ToXml, ReplacesEveryByteAndPairByItsRule) {
-    for (const char a : all_bytes()) {
+    for (const char a : texts::all_bytes()) {
         ASSERT_EQ(referenced(std::string(1, a)), model_reference(a)) << int{to_byte(a)};
-        for (const char b : all_bytes()) {
+        for (const char b : texts::all_bytes()) {
             ASSERT_EQ(referenced(std::string{a, b}), model_reference(a) + model_reference(b))
                 << int{to_byte(a)} << '/' << int{to_byte(b)};
         }
@@ -1569,9 +1466,10 @@ TEST(HexDump, AgreesWithTheModelForEveryLength) {
 
 TEST(HexDump, ShowsEveryByte) {
     for (const char* const name : {"C", "C.UTF-8"}) {
-        const CLocale locale(name);
-        EXPECT_EQ(dumped(all_bytes()), model_dump(all_bytes(), nullptr, nullptr)) << name;
-        for (const char c : all_bytes()) {
+        const scoped::CLocale locale(name);
+        EXPECT_EQ(dumped(texts::all_bytes()), model_dump(texts::all_bytes(), nullptr, nullptr))
+            << name;
+        for (const char c : texts::all_bytes()) {
             const bool shown =
                 std::isalnum(to_byte(c)) != 0 || std::ispunct(to_byte(c)) != 0 || c == ' ';
             EXPECT_EQ(dumped(std::string(1, c))[42], shown ? c : '.') << int{to_byte(c)};
@@ -1606,7 +1504,7 @@ TEST(HexDump, AgreesWithTheModelForLargeData) {
 }
 
 TEST(HexDump, DoesNotLookAtTheStdLocale) {
-    const GlobalLocale locale(strange_locale());
+    const scoped::GlobalLocale locale(strange_locale());
     EXPECT_EQ(dumped("a1#"),
               "0000  613123" + std::string(26, ' ') + " ** a1#" + std::string(13, ' ') + " **\n");
 }
@@ -1640,7 +1538,7 @@ TEST(Allocations, NoneForCropping) {
     const std::string set = "ab";
     std::string text(1000, 'a');
     text.replace(500, 1, "x");
-    EXPECT_EQ(allocations_of([&] {
+    EXPECT_EQ(allocation::count([&] {
                   ns::crop_left(text, set);
                   ns::crop_right(text, set);
                   ns::crop_both(text, set);
@@ -1653,7 +1551,7 @@ TEST(Allocations, NoneForComparing) {
     const std::string a(1000, 'a');
     const std::string b(1000, 'A');
     int sum = 0;
-    EXPECT_EQ(allocations_of([&] {
+    EXPECT_EQ(allocation::count([&] {
                   sum += ns::icompare(a, b) + ns::icompare(a.c_str(), b) +
                          ns::icompare(a, b.c_str()) + ns::icompare(a.c_str(), b.c_str());
               }),
@@ -1663,18 +1561,18 @@ TEST(Allocations, NoneForComparing) {
 
 TEST(Allocations, OneForXmlEscapingAndNoneForUnescaping) {
     std::string text(1000, '<');
-    EXPECT_LE(allocations_of([&] { ns::xml_escape(text); }), 1U);
-    EXPECT_EQ(allocations_of([&] { ns::xml_unescape(text); }), 0U);
+    EXPECT_LE(allocation::count([&] { ns::xml_escape(text); }), 1U);
+    EXPECT_EQ(allocation::count([&] { ns::xml_unescape(text); }), 0U);
     EXPECT_EQ(text, std::string(1000, '<'));
     std::wstring wide(1000, L'<');
-    EXPECT_LE(allocations_of([&] { ns::xml_escape(wide); }), 1U);
-    EXPECT_EQ(allocations_of([&] { ns::xml_unescape(wide); }), 0U);
+    EXPECT_LE(allocation::count([&] { ns::xml_escape(wide); }), 1U);
+    EXPECT_EQ(allocation::count([&] { ns::xml_unescape(wide); }), 0U);
     EXPECT_EQ(wide, std::wstring(1000, L'<'));
 }
 
 TEST(Allocations, OneForReferences) {
     std::string text(1000, '\n');
-    EXPECT_LE(allocations_of([&] { ns::utf8_to_xml(text); }), 1U);
+    EXPECT_LE(allocation::count([&] { ns::utf8_to_xml(text); }), 1U);
     EXPECT_EQ(text.size(), 6000U);
 }
 
@@ -1685,40 +1583,41 @@ TEST(Allocations, AFailedOneLeavesTheTextAsItWas) {
     const auto restore = [&] { EXPECT_EQ(text, before); };
 
     text = before;
-    EXPECT_GT(fail_each_allocation([&] { ns::replace(text, "a", "bb"); }, restore), 0U);
+    EXPECT_GT(allocation::fail_each([&] { ns::replace(text, "a", "bb"); }, restore), 0U);
     EXPECT_EQ(text, std::string(200, 'b') + "<\n>");
 
     text = before;
     text.shrink_to_fit();
-    EXPECT_GT(fail_each_allocation([&] { ns::xml_escape(text); }, restore), 0U);
+    EXPECT_GT(allocation::fail_each([&] { ns::xml_escape(text); }, restore), 0U);
     EXPECT_EQ(text, std::string(100, 'a') + "&lt;\n&gt;");
 
     text = before;
     text.shrink_to_fit();
-    EXPECT_GT(fail_each_allocation([&] { ns::utf8_to_xml(text); }, restore), 0U);
+    EXPECT_GT(allocation::fail_each([&] { ns::utf8_to_xml(text); }, restore), 0U);
     EXPECT_EQ(text, std::string(100, 'a') + "<&#x0A;>");
 
     text = before;
-    EXPECT_GT(fail_each_allocation([&] { ns::SpanIncluding(text, std::string(50, 'a')); }, restore),
-              0U);
+    EXPECT_GT(
+        allocation::fail_each([&] { ns::SpanIncluding(text, std::string(50, 'a')); }, restore), 0U);
     EXPECT_EQ(text, std::string(100, 'a'));
 
     text = before;
     const std::string data = some_bytes(100);
     EXPECT_GT(
-        fail_each_allocation([&] { ns::hex_dump(text, data.data(), 100, "t", "p"); }, restore), 0U);
+        allocation::fail_each([&] { ns::hex_dump(text, data.data(), 100, "t", "p"); }, restore),
+        0U);
     EXPECT_EQ(text, model_dump(data, "t", "p"));
 
     std::string destination = "short";
-    EXPECT_GT(fail_each_allocation([&] { ns::NormalizeNameCaseInsensitive(before, destination); },
-                                   [&] { EXPECT_EQ(destination, "short"); }),
+    EXPECT_GT(allocation::fail_each([&] { ns::NormalizeNameCaseInsensitive(before, destination); },
+                                    [&] { EXPECT_EQ(destination, "short"); }),
               0U);
     EXPECT_EQ(destination, std::string(100, 'A') + "<\n>");
 
     const std::wstring wide_before = widened(before);
     std::wstring wide = wide_before;
     EXPECT_GT(
-        fail_each_allocation([&] { ns::xml_escape(wide); }, [&] { EXPECT_EQ(wide, wide_before); }),
+        allocation::fail_each([&] { ns::xml_escape(wide); }, [&] { EXPECT_EQ(wide, wide_before); }),
         0U);
     EXPECT_EQ(wide, std::wstring(100, L'a') + L"&lt;\n&gt;");
 }
@@ -1726,14 +1625,14 @@ TEST(Allocations, AFailedOneLeavesTheTextAsItWas) {
 TEST(Allocations, AFailedOneLeavesTheFormattedTextEmpty) {
     for (const int width : {100, 5000}) {
         std::string out = "what stood there before";
-        fail_each_allocation([&] { ns::sprintfSafe(out, "%*d", width, 1); },
-                             [&] {
-                                 EXPECT_EQ(out, "");
-                                 out = "what stood there before";
-                             });
+        allocation::fail_each([&] { ns::sprintfSafe(out, "%*d", width, 1); },
+                              [&] {
+                                  EXPECT_EQ(out, "");
+                                  out = "what stood there before";
+                              });
         EXPECT_EQ(out.size(), static_cast<std::size_t>(width));
     }
-    EXPECT_GT(fail_each_allocation([] { ns::format_string("%5000d", 1); }, [] {}), 0U);
+    EXPECT_GT(allocation::fail_each([] { ns::format_string("%5000d", 1); }, [] {}), 0U);
 }
 
 TEST(StringUsage, WorksAsTheHeaderShows) {

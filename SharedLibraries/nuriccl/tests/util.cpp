@@ -17,6 +17,8 @@
 //   to_isotime                                 ToIsotime.*, IsotimeRoundTrip.*
 //   the example of the header                  UtilUsage.*
 
+#include "support/locale.hpp"
+
 #include <nuriccl/util.hpp>
 
 #include <cstdint>
@@ -54,18 +56,6 @@ std::ios_base& counting(std::ios_base& stream) {
     ++manipulator_calls;
     return stream;
 }
-
-// Sets the global std::locale for the length of a scope.
-class GlobalLocale {
-public:
-    explicit GlobalLocale(const std::locale& locale) : earlier_(std::locale::global(locale)) {}
-    ~GlobalLocale() { std::locale::global(earlier_); }
-    GlobalLocale(const GlobalLocale&) = delete;
-    GlobalLocale& operator=(const GlobalLocale&) = delete;
-
-private:
-    std::locale earlier_;
-};
 
 // Groups of three digits separated by ',' and a decimal ';'.
 class Grouping : public std::numpunct<char> {
@@ -222,7 +212,7 @@ TEST(DoubleToStr, WritesWhatIsNoNumber) {
 }
 
 TEST(DoubleToStr, DoesNotLookAtTheStdLocale) {
-    const GlobalLocale locale(grouping_locale());
+    const scoped::GlobalLocale locale(grouping_locale());
     EXPECT_EQ(to_str(1234567.5), "1234567.50");
 }
 
@@ -396,7 +386,7 @@ TEST(IntegerToStr, WritesSmallerTypesAsInt) {
 }
 
 TEST(IntegerToStr, DoesNotLookAtTheStdLocale) {
-    const GlobalLocale locale(grouping_locale());
+    const scoped::GlobalLocale locale(grouping_locale());
     EXPECT_EQ(to_str(1234567), "1234567");
     EXPECT_EQ(to_str(1234567890123LL), "1234567890123");
     EXPECT_EQ(to_str(0xabcdef, std::hex), "abcdef");
@@ -835,7 +825,7 @@ TYPED_TEST(UnsignedFromStr, MeansDecimalWithoutAManipulator) {
 
 // Streams take the global std::locale, and with it separators between groups of digits.
 TYPED_TEST(UnsignedFromStr, ReadsUnderTheGlobalLocale) {
-    const GlobalLocale locale(grouping_locale());
+    const scoped::GlobalLocale locale(grouping_locale());
     EXPECT_EQ(read<TypeParam>("12,345"), Outcome<TypeParam>(true, 12345));
     EXPECT_EQ(read<TypeParam>("12345"), Outcome<TypeParam>(true, 12345));
 }

@@ -178,6 +178,26 @@ bool fails_at(std::size_t index, Call call) {
     return false;
 }
 
+/// Runs `operation` over and over, with its first allocation failing, then its second and so on,
+/// until it succeeds. After each failure `check` looks at what was left behind.
+/// @return the number of failures
+template <class Operation, class Check>
+std::size_t fail_each(Operation operation, Check check) {
+    std::size_t failing = 0;
+    for (; fails_at(failing, operation); ++failing) {
+        check();
+    }
+    return failing;
+}
+
+/// Number of allocations that `operation` asks for.
+template <class Operation>
+std::size_t count(Operation operation) {
+    const Watch watch;
+    operation();
+    return watch.requests();
+}
+
 } // namespace allocation
 
 // Not to be inlined: the compiler takes a visible malloc for a mismatch with operator delete.
