@@ -5,15 +5,15 @@
 ///
 /// Use it for diagnostics that a developer switches on. It is not for messages to an operator.
 ///
+/// Thread safety: a trace object is used by one thread; objects on different threads may write at
+/// the same time as far as the stream allows it (`std::clog` does).
+///
 /// @code{.cpp}
 /// {
 ///     csl::NuriTrace trace(1);
 ///     trace.Message("store.cpp", "open", 42).text += "store opened";
 /// } // writes "[1] store.cpp(42): open: store opened" to std::clog
 /// @endcode
-///
-/// Thread safety: a trace object is used by one thread; objects on different threads may write at
-/// the same time as far as the stream allows it (`std::clog` does).
 
 #include <nuriagent/export.hpp>
 

@@ -16,6 +16,9 @@
 /// Buffer is moved inside the sequence (by growth, or whole by `split`). A piece that is cut keeps
 /// its update, and its rest is a copy.
 ///
+/// Thread safety: thread-compatible; one MultiBuffer is used by one thread at a time. The Buffers
+/// in it may share their blocks with handles on other threads.
+///
 /// @code{.cpp}
 /// nuriccl::Buffer piece(3);
 /// std::memcpy(piece.begin_update(), "abc", 3);
@@ -26,9 +29,6 @@
 /// assert(stream.coalesce(flat, 4) == 4 && std::memcmp(flat, "abca", 4) == 0);
 /// assert(stream.data_length() == 2);
 /// @endcode
-///
-/// Thread safety: thread-compatible; one MultiBuffer is used by one thread at a time. The Buffers
-/// in it may share their blocks with handles on other threads.
 
 #include <nuriccl/buffer.hpp>
 #include <nuriccl/deque.hpp>

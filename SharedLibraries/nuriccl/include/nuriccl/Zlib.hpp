@@ -6,6 +6,8 @@
 /// Use it for blocks that fit in memory. It has no streaming form, and decompression does not find
 /// the size by itself: the caller keeps the size of the data beside the compressed block.
 ///
+/// Thread safety: keeps no state; the vectors behind the pointers must not change during a call.
+///
 /// @code{.cpp}
 /// const std::string text(1000, 'x');
 /// std::string packed, unpacked;
@@ -16,8 +18,6 @@
 /// In every operation the output comes first; it may be the input. Any content may be given; what
 /// is no zlib stream gives false. After a failed compression or decompression the output has the
 /// size it was prepared with and undefined contents.
-///
-/// Thread safety: keeps no state; the vectors behind the pointers must not change during a call.
 
 #include <nuriccl/export.hpp>
 

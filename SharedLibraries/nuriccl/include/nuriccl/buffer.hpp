@@ -11,6 +11,10 @@
 ///     b ----------------+--> [ bytes, capacity() of them | control block ]   one heap block
 ///     a.segment(2, 5) --+        ^^^^^ sees its range only
 ///
+/// Thread safety: the reference count is atomic (sequentially consistent), so handles onto one
+/// block may be copied, used and destroyed on different threads. A single handle is
+/// thread-compatible: it is not synchronised, its update least of all.
+///
 /// The reader's calls are `data()` and `data_length()`. The writer opens an update, writes through
 /// the pointer that `begin_update()` returns, and closes the update with the number of valid bytes:
 ///
@@ -31,10 +35,6 @@
 ///
 ///     bytes = const_cast<unsigned char*>(a.data()); // wrong: b sees what is written
 ///     bytes = a.begin_update();                     // right
-///
-/// Thread safety: the reference count is atomic (sequentially consistent), so handles onto one
-/// block may be copied, used and destroyed on different threads. A single handle is
-/// thread-compatible: it is not synchronised, its update least of all.
 
 #include <nuriccl/export.hpp>
 

@@ -14,6 +14,8 @@
 /// stays unused, so that head == tail means empty. A full ring of n slots grows to max(n + 1, n * 3
 /// / 2) slots, the first one has 10: 10, 15, 22, 33 ... It never shrinks.
 ///
+/// Thread safety: thread-compatible; one queue is used by one thread at a time.
+///
 /// @code{.cpp}
 /// nuriccl::deque<int> queue;
 /// queue.push_back(2);
@@ -23,8 +25,6 @@
 ///
 /// Pushes invalidate iterators and references when the ring grows. An element that is pushed may be
 /// one of the queue's own.
-///
-/// Thread safety: thread-compatible; one queue is used by one thread at a time.
 
 #include <algorithm>
 #include <cassert>

@@ -6,6 +6,9 @@
 /// Use them to recognise equal content and damaged content. They are no protection against somebody
 /// who makes two contents with one signature on purpose.
 ///
+/// Thread safety: a Signature object is used by one thread at a time; the static functions keep no
+/// state.
+///
 /// @code{.cpp}
 /// nuriccl::Signature signature;
 /// signature.update(reinterpret_cast<const unsigned char*>("abc"), 3).close();
@@ -15,9 +18,6 @@
 ///
 /// A signature is either binary, `SIGNATURE_SIZE` bytes in an array that the caller releases with
 /// `free_binary`, or a string of `STRING_SIGNATURE_SIZE` lower-case hexadecimal digits.
-///
-/// Thread safety: a Signature object is used by one thread at a time; the static functions keep no
-/// state.
 
 #include <nuriagent/sha1.hpp>
 #include <nuriccl/export.hpp>
