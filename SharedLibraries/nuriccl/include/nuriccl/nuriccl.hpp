@@ -4,9 +4,14 @@
 /// The whole library in one include. Components that use a family or two include those headers.
 
 #include <nuriccl/buffer.hpp>
+#include <nuriccl/CharacterEncoder.hpp>
 #include <nuriccl/deque.hpp>
+#include <nuriccl/encoding.hpp>
+#include <nuriccl/file.hpp>
+#include <nuriccl/filenamehelper.hpp>
 #include <nuriccl/MultiBuffer.hpp>
 #include <nuriccl/signature.hpp>
 #include <nuriccl/string.hpp>
+#include <nuriccl/tempfile.hpp>
 #include <nuriccl/util.hpp>
 #include <nuriccl/Zlib.hpp>

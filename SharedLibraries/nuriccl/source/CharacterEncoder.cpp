@@ -1,0 +1,246 @@
+#include <nuriccl/CharacterEncoder.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+namespace nuriccl {
+
+const char* const CharacterEncoder::HEX_CHARS = "0123456789abcdef";
+
+const char* const CharacterEncoder::DEFAULT_CHARS_TO_ENCODE = "\\/:*?<>|%\"";
+
+const char* const CharacterEncoder::VMNAME_CHARS_TO_ENCODE = "\\/:;*?<>|%\",";
+
+const char* const CharacterEncoder::UNPRINTABLE_CHARS_TO_ENCODE =
+    "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10"
+    "\x11\x12\x13\x14\x15\x16\x17\x18\x19\x1a\x1b\x1c\x1d\x1e\x1f\",-/#^";
+
+namespace {
+
+using Set = std::bitset<256>;
+
+constexpr std::size_t ESCAPED = 3; // bytes of an escaped byte
+
+unsigned char to_byte(char c) { return static_cast<unsigned char>(c); }
+
+std::string_view text_or_empty(const char* text) {
+    return text != nullptr ? std::string_view(text) : std::string_view();
+}
+
+Set with(Set set, char c) { return set.set(to_byte(c)); }
+
+std::size_t encoded_length(std::string_view text, const Set& set) {
+    const auto escaped =
+        std::count_if(text.begin(), text.end(), [&set](char c) { return set[to_byte(c)]; });
+    return text.size() + (ESCAPED - 1) * static_cast<std::size_t>(escaped);
+}
+
+// The length with its NUL, as far as an int holds it.
+int size_for(std::size_t length) {
+    return static_cast<int>(std::min<std::uint64_t>(std::uint64_t{length} + 1, INT_MAX));
+}
+
+// Writes the encoded text so that it ends at `end`. Going backwards it may overwrite the text itself,
+// when both begin at the same place.
+void encode_backwards(std::string_view text, char* end, const Set& set, char esc) {
+    for (std::size_t i = text.size(); i-- > 0;) {
+        const unsigned char byte = to_byte(text[i]);
+        if (set[byte]) {
+            *--end = CharacterEncoder::HEX_CHARS[byte & 15];
+            *--end = CharacterEncoder::HEX_CHARS[byte >> 4];
+            *--end = esc;
+        } else {
+            *--end = static_cast<char>(byte);
+        }
+    }
+}
+
+// Value of a hexadecimal digit; 0 for all else.
+unsigned int digit(char c) {
+    return c >= '0' && c <= '9'   ? static_cast<unsigned int>(c - '0')
+           : c >= 'a' && c <= 'f' ? static_cast<unsigned int>(c - 'a' + 10)
+           : c >= 'A' && c <= 'F' ? static_cast<unsigned int>(c - 'A' + 10)
+                                  : 0;
+}
+
+// Value of a digit that is believed to be one.
+int believed_digit(char c) {
+    return c >= '0' && c <= '9' ? c - '0' : std::isupper(to_byte(c)) != 0 ? c - 55 : c - 87;
+}
+
+// Decodes in place from an escape character on.
+// @return the end of the result
+char* decode_from(char* escape, const char* end, char esc) {
+    char* to = escape;
+    const char* from = escape;
+    while (from != end) {
+        const auto rest = end - from;
+        const unsigned int high = rest > 1 ? digit(from[1]) : 0;
+        const unsigned int low = rest > 2 ? digit(from[2]) : 0;
+        *to++ = static_cast<char>(high * 16 + low);
+        from += std::min<std::ptrdiff_t>(rest, ESCAPED);
+        const char* const next = std::find(from, end, esc);
+        to = std::copy(from, next, to);
+        from = next;
+    }
+    return to;
+}
+
+const CharacterEncoder& unprintable_encoder() {
+    static const CharacterEncoder encoder(CharacterEncoder::UNPRINTABLE_CHARS_TO_ENCODE);
+    return encoder;
+}
+
+// What a sequence in the name of a virtual machine stands for; NUL when it stands for itself.
+char vm_character(std::string_view sequence) {
+    return sequence == "%25"                        ? '%'
+           : sequence == "%2f" || sequence == "%2F" ? '/'
+           : sequence == "%5c" || sequence == "%5C" ? '\\'
+                                                    : '\0';
+}
+
+} // namespace
+
+CharacterEncoder::CharacterEncoder(const std::string& characters) noexcept { protect(characters); }
+
+void CharacterEncoder::protect(const std::string& characters) noexcept {
+    for (const char c : characters) {
+        protect(c);
+    }
+}
+
+void CharacterEncoder::protect(char character) noexcept { set_.set(to_byte(character)); }
+
+int CharacterEncoder::encoded_size(const std::string& text) const noexcept {
+    return size_for(encoded_length(text, set_));
+}
+
+int CharacterEncoder::encoded_size(const std::string& text, char esc) const noexcept {
+    return size_for(encoded_length(text, with(set_, esc)));
+}
+
+std::string CharacterEncoder::encode(const std::string& text) const {
+    const std::size_t length = encoded_length(text, set_);
+    std::string encoded;
+    encoded.reserve(std::max(length, std::min(2 * text.size(), encoded.max_size())));
+    encoded.resize(length);
+    encode_backwards(text, encoded.data() + length, set_, '%');
+    return encoded;
+}
+
+int CharacterEncoder::encode(const char* src, char* dst, int len, char esc) const noexcept {
+    const std::string_view text = text_or_empty(src);
+    const Set set = with(set_, esc);
+    const std::size_t length = encoded_length(text, set);
+    const bool in_place = dst == src;
+    const bool fits = len > 0 && length < static_cast<unsigned int>(len);
+    if (in_place ? !fits : dst == nullptr || len == 0) {
+        return -size_for(length);
+    }
+    if (length == text.size()) { // nothing to escape
+        if (!in_place) {
+            text.copy(dst, length);
+        }
+        return 0;
+    }
+    encode_backwards(text, dst + length, set, esc);
+    dst[length] = '\0';
+    if (in_place) {
+        dst[len - 1] = '\0';
+    }
+    return 1;
+}
+
+bool CharacterEncoder::encode(std::string& text, char esc) const {
+    const Set set = with(set_, esc);
+    const std::size_t before = text.size();
+    const std::size_t length = encoded_length(text, set);
+    if (length == before) {
+        return false;
+    }
+    text.resize(length);
+    encode_backwards(std::string_view(text.data(), before), text.data() + length, set, esc);
+    return true;
+}
+
+std::string CharacterEncoder::decode(const std::string& text) const {
+    std::string decoded;
+    decoded.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            decoded += text[i];
+        } else if (i + 1 == text.size()) {
+            break;
+        } else { // the second digit may be the NUL behind the text
+            const int byte = 16 * believed_digit(text[i + 1]) + believed_digit(text[i + 2]);
+            decoded += static_cast<char>(byte & 0xff);
+            i += ESCAPED - 1;
+        }
+    }
+    return decoded;
+}
+
+bool CharacterEncoder::decode(char* buf, char esc) noexcept {
+    char* const end = buf + text_or_empty(buf).size();
+    char* const first = std::find(buf, end, esc);
+    if (first == end) {
+        return false;
+    }
+    *decode_from(first, end, esc) = '\0';
+    return true;
+}
+
+bool CharacterEncoder::decode(std::string& text, char esc) noexcept {
+    const std::size_t first = text.find(esc);
+    if (first == std::string::npos) {
+        return false;
+    }
+    const char* const end = decode_from(text.data() + first, text.data() + text.size(), esc);
+    text.resize(static_cast<std::size_t>(end - text.data()));
+    return true;
+}
+
+int CharacterEncoder::encode_unprintable(char* buf, int len, char esc) noexcept {
+    return unprintable_encoder().encode(buf, buf, len, esc);
+}
+
+bool CharacterEncoder::encode_unprintable(std::string& text, char esc) {
+    return unprintable_encoder().encode(text, esc);
+}
+
+std::string CharacterEncoder::decode_unprintable(const std::string& text, char esc) {
+    std::string decoded = text;
+    decode(decoded, esc);
+    return decoded;
+}
+
+std::string CharacterEncoder::encode_vSphereVM_name(const std::string& name) {
+    static const CharacterEncoder encoder("%/\\");
+    return encoder.encode(name);
+}
+
+std::string CharacterEncoder::decode_vSphereVM_name(const std::string& name) {
+    std::string decoded;
+    decoded.reserve(name.size());
+    for (std::size_t i = 0; i < name.size();) {
+        if (name[i] != '%' || name.size() - i < ESCAPED) {
+            decoded += name[i++];
+            continue;
+        }
+        const std::string_view sequence(name.data() + i, ESCAPED);
+        if (const char c = vm_character(sequence)) {
+            decoded += c;
+        } else {
+            decoded += sequence;
+        }
+        i += ESCAPED;
+    }
+    return decoded;
+}
+
+} // namespace nuriccl

@@ -1,0 +1,358 @@
+#include <nuriccl/encoding.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <clocale>
+#include <cstring>
+#include <cwchar>
+#include <iconv.h>
+#include <ostream>
+#include <stdexcept>
+#include <type_traits>
+#include <utility>
+
+namespace nuriccl {
+
+std::ostream& operator<<(std::ostream& stream, const Encoding::CodePage& codePage) {
+    return stream << codePage.m_name;
+}
+
+namespace Encoding {
+
+static_assert(sizeof(wchar_t) == 4, "wide text is UTF-32");
+
+// Code pages
+
+namespace {
+
+const char* locale_name(int category) noexcept { return std::setlocale(category, nullptr); }
+
+std::string iconv_name(CodePages_e codePage) {
+    switch (codePage) {
+    case CP_DEFAULT:
+        return getDefaultCodePage().m_name;
+    case CP_ANSI:
+        return "MS-ANSI";
+    case CP_UTF8:
+        return "UTF-8";
+    case CP_UTF16:
+        return "UTF-16";
+    case CP_UTF32:
+        return "UTF-32";
+    case CP_WIN1252:
+        return "WINDOWS-1252";
+    case CP_USASCII:
+        return "US-ASCII";
+    case CP_CUSTOM:
+        return "";
+    case CP_LOCALE:
+        break;
+    }
+    return locale_name(LC_CTYPE);
+}
+
+} // namespace
+
+CodePage::CodePage(CodePages_e codePage) : m_codePage(CP_DEFAULT), m_number(0) { init(codePage); }
+
+void CodePage::init(CodePages_e codePage) {
+    std::string name = iconv_name(codePage);
+    m_locale = locale_name(LC_ALL);
+    m_codePage = codePage;
+    m_number = 0;
+    m_name = std::move(name);
+}
+
+void CodePage::init(unsigned int number) {
+    if (m_codePage == CP_DEFAULT) {
+        init(CP_CUSTOM);
+    }
+    m_number = number;
+}
+
+void CodePage::init(const char* name) {
+    std::string copy = name != nullptr ? name : "";
+    if (m_codePage == CP_DEFAULT) {
+        init(CP_CUSTOM);
+    }
+    m_name = std::move(copy);
+}
+
+void CodePage::init(unsigned int number, const char* name) {
+    init(name);
+    m_number = number;
+}
+
+bool CodePage::isDefault() const noexcept {
+    return m_codePage == CP_DEFAULT || m_codePage == CP_LOCALE ||
+           std::strcmp(m_name.c_str(), locale_name(LC_CTYPE)) == 0;
+}
+
+bool CodePage::operator==(const CodePage& other) const noexcept {
+    if (this == &other) {
+        return true;
+    }
+    if (m_codePage != other.m_codePage || m_codePage < CP_DEFAULT || m_codePage > CP_CUSTOM) {
+        return false;
+    }
+    return m_codePage != CP_CUSTOM || (m_number == other.m_number && m_name == other.m_name);
+}
+
+CodePage getDefaultCodePage() { return CodePage(CP_UTF8); }
+
+const char* codePageToString(const CodePage& codePage) noexcept {
+    switch (codePage.m_codePage) {
+    case CP_UTF8:
+        return "UTF8";
+    case CP_UTF16:
+        return "UTF16";
+    case CP_UTF32:
+        return "UTF32";
+    case CP_WIN1252:
+        return "WIN1252";
+    case CP_USASCII:
+        return "USASCII";
+    default:
+        return "ANSI";
+    }
+}
+
+CodePage s_toCodePage(CP_UTF8);
+const char* s_defaultChars = nullptr;
+bool s_bestFitChars = false;
+bool s_ignoreBadChars = false;
+
+// Conversion by the C library
+
+namespace {
+
+using std::size_t;
+
+constexpr auto FAILED = static_cast<size_t>(-1);
+constexpr auto INCOMPLETE = static_cast<size_t>(-2);
+
+bool to_locale(const wchar_t* src, size_t len, std::string& out, const char* replacement) {
+    std::mbstate_t state{};
+    std::array<char, MB_LEN_MAX> bytes;
+    bool clean = true;
+    for (const wchar_t* const end = src + len; src != end; ++src) {
+        const size_t count = std::wcrtomb(bytes.data(), *src, &state);
+        if (count != FAILED) {
+            out.append(bytes.data(), count);
+        } else if (replacement != nullptr) {
+            out += replacement;
+            clean = false;
+        } else {
+            return false;
+        }
+    }
+    return clean;
+}
+
+// The source moves past bad bytes only, so that the first good character stands for all that
+// follows: callers rely on it.
+bool from_locale(const char* src, size_t len, std::wstring& out, bool ignore_bad) {
+    std::mbstate_t state{};
+    const char* const end = src + len;
+    bool clean = true;
+    for (size_t consumed = 0; consumed < len;) {
+        wchar_t character = 0;
+        const auto rest = static_cast<size_t>(end - src);
+        const size_t count = std::mbrtowc(&character, src, rest, &state);
+        if (count != FAILED && count != INCOMPLETE) {
+            out += character;
+            consumed += std::max<size_t>(count, 1); // 0 is a NUL
+        } else if (ignore_bad) {
+            src += std::min<size_t>(rest, 1);
+            state = {};
+            ++consumed;
+            clean = false;
+        } else {
+            return false;
+        }
+    }
+    return clean;
+}
+
+// Conversion by iconv
+
+// Wide text in the machine's byte order. Given an order, iconv takes U+FEFF at the start for a
+// character and not for a mark of the order.
+const char WIDE[] = "UTF32LE";
+
+class Converter {
+public:
+    Converter(const char* to, const char* from) noexcept : descriptor_(iconv_open(to, from)) {}
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+    ~Converter() { close(); }
+
+    bool is_open() const noexcept { return descriptor_ != reinterpret_cast<iconv_t>(FAILED); }
+
+    bool close() noexcept {
+        return !is_open() ||
+               iconv_close(std::exchange(descriptor_, reinterpret_cast<iconv_t>(FAILED))) == 0;
+    }
+
+    /// Appends one buffer full of output, and moves past the input that it was made of. Without input
+    /// that is what iconv holds back: characters that could have been continued, and the way back to
+    /// the initial shift state.
+    /// @return 0 when all is converted, E2BIG when there is more, otherwise why iconv stopped
+    template <class Unit>
+    int step(char** in, size_t* left, std::basic_string<Unit>& out) {
+        std::array<Unit, BUFFER_BYTES<Unit> / sizeof(Unit)> buffer;
+        char* const start = reinterpret_cast<char*>(buffer.data());
+        char* end = start;
+        size_t room = BUFFER_BYTES<Unit>;
+        const int error = iconv(descriptor_, in, left, &end, &room) != FAILED ? 0 : errno;
+        out.append(buffer.data(), static_cast<size_t>(end - start) / sizeof(Unit));
+        return error == E2BIG && end == start ? EILSEQ : error; // a buffer holds any character
+    }
+
+private:
+    template <class Unit>
+    static constexpr size_t BUFFER_BYTES = sizeof(Unit) == 1 ? 1024 : 4096;
+
+    iconv_t descriptor_;
+};
+
+// Converts `size` bytes. A bad character, which takes `bad_size` bytes, is replaced; it ends the
+// conversion when the replacement is null.
+template <class Unit>
+bool convert(const char* to, const char* from, const void* src, size_t size, size_t bad_size,
+             std::basic_string<Unit>& out, const Unit* replacement) {
+    Converter converter(to, from);
+    if (!converter.is_open()) {
+        return false;
+    }
+    char* in = const_cast<char*>(static_cast<const char*>(src)); // iconv only reads it
+    bool clean = true;
+    while (size != 0) {
+        const int error = converter.step(&in, &size, out);
+        if (error == 0 || error == E2BIG) {
+            continue;
+        }
+        clean = false;
+        if (replacement == nullptr) {
+            break;
+        }
+        const size_t skipped = std::min(bad_size, size);
+        in += skipped;
+        size -= skipped;
+        out += replacement;
+    }
+    int error = E2BIG;
+    while (error == E2BIG) {
+        error = converter.step<Unit>(nullptr, nullptr, out);
+    }
+    return converter.close() && error == 0 && clean;
+}
+
+// The conversions, for texts of any length
+
+bool to_multibyte(const wchar_t* src, size_t len, std::string& out, const CodePage& cp,
+                  const char* defaultChars) {
+    const std::string copy = defaultChars != nullptr ? defaultChars : ""; // it may be in `out`
+    const char* const replacement = defaultChars != nullptr ? copy.c_str() : nullptr;
+    out.clear();
+    if (src == nullptr || len == 0 || *src == 0) {
+        return true;
+    }
+    return cp.isDefault() ? to_locale(src, len, out, replacement)
+                          : convert(cp.m_name.c_str(), WIDE, src, len * sizeof(wchar_t),
+                                    sizeof(wchar_t), out, replacement);
+}
+
+bool to_wide(const char* src, size_t len, std::wstring& out, const CodePage& cp,
+             bool ignoreBadChars) {
+    out.clear();
+    if (src == nullptr || len == 0 || *src == 0) {
+        return true;
+    }
+    return cp.isDefault()
+               ? from_locale(src, len, out, ignoreBadChars)
+               : convert(WIDE, cp.m_name.c_str(), src, len, 1, out, ignoreBadChars ? L"" : nullptr);
+}
+
+} // namespace
+
+bool toMultibyte(const wchar_t* src, unsigned int len, std::string& out, const CodePage& cp,
+                 const char* defaultChars, bool) {
+    return to_multibyte(src, len, out, cp, defaultChars);
+}
+
+bool toWideChar(const char* src, unsigned int len, std::wstring& out, const CodePage& cp,
+                bool ignoreBadChars) {
+    return to_wide(src, len, out, cp, ignoreBadChars);
+}
+
+// Case conversion
+
+ToUpperCase::ToUpperCase(const std::locale& locale)
+    : locale_(locale), type_(&std::use_facet<std::ctype<wchar_t>>(locale_)) {}
+
+ToLowerCase::ToLowerCase(const std::locale& locale)
+    : locale_(locale), type_(&std::use_facet<std::ctype<wchar_t>>(locale_)) {}
+
+namespace {
+
+template <class Functor, class String>
+bool transform_in_environment(const String& in, String& out) {
+    std::locale locale;
+    try {
+        locale = std::locale("");
+    } catch (const std::runtime_error&) {
+        return false; // there is no such locale
+    }
+    return transformString(in, out, Functor(locale));
+}
+
+} // namespace
+
+bool toUpperCase(const std::string& in, std::string& out) {
+    return transform_in_environment<ToUpperCase>(in, out);
+}
+
+bool toUpperCase(const std::wstring& in, std::wstring& out) {
+    return transform_in_environment<ToUpperCase>(in, out);
+}
+
+bool toLowerCase(const std::string& in, std::string& out) {
+    return transform_in_environment<ToLowerCase>(in, out);
+}
+
+bool toLowerCase(const std::wstring& in, std::wstring& out) {
+    return transform_in_environment<ToLowerCase>(in, out);
+}
+
+} // namespace Encoding
+
+template <class Functor>
+bool transformString(const std::string& in, std::string& out, const Functor& functor) {
+    std::wstring wide;
+    if (!Encoding::to_wide(in.data(), in.size(), wide, Encoding::s_toCodePage, false)) {
+        return false;
+    }
+    std::transform(wide.begin(), wide.end(), wide.begin(), functor);
+    return Encoding::to_multibyte(wide.data(), wide.size(), out, Encoding::s_toCodePage,
+                                  Encoding::s_defaultChars);
+}
+
+template <class Functor>
+bool transformString(const std::wstring& in, std::wstring& out, const Functor& functor) {
+    const std::size_t count = in.size(); // `in` may be `out`
+    out.reserve(out.size() + count);
+    for (std::size_t i = 0; i < count; ++i) {
+        out += functor(in[i]);
+    }
+    return true;
+}
+
+template bool transformString(const std::string&, std::string&, const Encoding::ToUpperCase&);
+template bool transformString(const std::string&, std::string&, const Encoding::ToLowerCase&);
+template bool transformString(const std::wstring&, std::wstring&, const Encoding::ToUpperCase&);
+template bool transformString(const std::wstring&, std::wstring&, const Encoding::ToLowerCase&);
+
+} // namespace nuriccl
