@@ -11,14 +11,17 @@ function stop(message) {
 }
 
 BEGIN {
-    print "#include <nuriagent/isotime.hpp>" > output
-    print "#include <nuriagent/safe.hpp>" > output
-    print "#include <nuriagent/sha1.hpp>" > output
-    print "#include <nuriagent/trace.hpp>" > output
-    print "#include <nuriccl/nuriccl.hpp>" > output
+    for (i = 1; i < ARGC; ++i) {
+        header = ARGV[i]
+        if (sub(/.*\/include\//, "", header)) {
+            print "#include <" header ">" > output
+        }
+    }
+    print "#include <algorithm>" > output
     print "#include <cassert>" > output
     print "#include <cstring>" > output
     print "#include <iostream>" > output
+    print "#include <sstream>" > output
 }
 
 FNR == 1 && inside {

@@ -1,12 +1,14 @@
 #include <nuriccl/string.hpp>
 
 #include <algorithm>
+#include <bitset>
 #include <cassert>
 #include <cctype>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <locale>
 #include <string_view>
 
@@ -160,6 +162,181 @@ char* strlcpy(char* dst, const char* src, unsigned int size) {
     }
     *dst = '\0';
     return strlcat(dst, src, size);
+}
+
+// Taking text apart
+
+namespace {
+
+constexpr char ESCAPE = '\\';
+constexpr char BLANK = ' ';
+
+bool is_space(char c) { return std::isspace(to_byte(c)) != 0; }
+
+bool is_quote(char c) { return c == '"' || c == '\''; }
+
+// Whether the text is an element of the list, which changes under it then.
+bool holds(const std::vector<std::string>& list, const std::string& text) {
+    const std::less<const std::string*> before;
+    return !before(&text, list.data()) && before(&text, list.data() + list.size());
+}
+
+// Appends the characters from `first` up to `last`.
+void add_field(std::vector<std::string>& fields, const std::string& text, std::size_t first,
+               std::size_t last) {
+    fields.emplace_back(text, first, last - first);
+}
+
+} // namespace
+
+bool unixshellstring_get_word(const char** cursor, std::string& word) {
+    word.clear();
+    if (cursor == nullptr || *cursor == nullptr) {
+        return false;
+    }
+    const char* next = *cursor;
+    while (is_space(*next)) {
+        ++next;
+    }
+    bool escaped = false;
+    char quote = 0; // the one that is open
+    for (; *next != 0; ++next) {
+        const char c = *next;
+        if (escaped) {
+            word += c;
+            escaped = false;
+        } else if (c == ESCAPE) {
+            escaped = true;
+        } else if (quote != 0) {
+            if (c == quote) {
+                quote = 0;
+            } else {
+                word += c;
+            }
+        } else if (is_quote(c)) {
+            quote = c;
+        } else if (is_space(c)) {
+            break;
+        } else if (c == KEY_VALUE_SEPARATOR) {
+            if (word.empty()) {
+                word = c;
+                ++next;
+            }
+            break;
+        } else {
+            word += c;
+        }
+    }
+    *cursor = next;
+    return !word.empty();
+}
+
+int unixshellstring_get_keyed_values(const char* text, std::map<std::string, std::string>& pairs) {
+    int count = 0;
+    std::string previous;
+    std::string key;
+    bool value_follows = false;
+    bool first = true;
+    for (std::string word; unixshellstring_get_word(&text, word); previous.swap(word)) {
+        if (first) {
+            first = false;
+        } else if (value_follows) {
+            pairs.emplace(key, word);
+            ++count;
+            value_follows = false;
+        } else if (word.size() == 1 && word[0] == KEY_VALUE_SEPARATOR) {
+            key = previous;
+            value_follows = true;
+        }
+    }
+    return count;
+}
+
+void tokenize(const std::string& text, std::vector<std::string>& tokens,
+              const std::string& delimiters) {
+    if (holds(tokens, text) || holds(tokens, delimiters)) {
+        return tokenize(std::string(text), tokens, std::string(delimiters));
+    }
+    tokens.clear();
+    std::bitset<256> delimits;
+    for (const char c : delimiters) {
+        delimits.set(to_byte(c));
+    }
+    for (std::size_t start = 0, end; start < text.size(); start = end + 1) {
+        for (end = start; end < text.size() && !delimits[to_byte(text[end])];) {
+            ++end;
+        }
+        if (end != start) {
+            add_field(tokens, text, start, end);
+        }
+    }
+}
+
+bool tokenizeQuoted(const std::string& text, std::vector<std::string>& tokens, char separator) {
+    if (holds(tokens, text)) {
+        return tokenizeQuoted(std::string(text), tokens, separator);
+    }
+    std::size_t start = 0; // of the token
+    bool quoted = false;
+    const auto skip_blanks = [&text](std::size_t position) {
+        return std::min(text.find_first_not_of(BLANK, position), text.size());
+    };
+    for (std::size_t i = 0; i < text.size();) {
+        const bool at_quote = text[i] == QUOTE_MARK;
+        const bool at_separator = !at_quote && (text[i] == separator || text[i] == BLANK);
+        if (!at_quote && (quoted || !at_separator)) {
+            ++i;
+            continue;
+        }
+        if (quoted || i > start) {
+            add_field(tokens, text, start, i);
+        }
+        start = i + 1;
+        if (at_separator || quoted) {
+            start = skip_blanks(start);
+        }
+        if (at_quote) {
+            quoted = !quoted;
+        }
+        i = start;
+    }
+    if (!quoted && start < text.size()) {
+        add_field(tokens, text, start, text.size());
+    }
+    return !quoted;
+}
+
+void tokenizeQuotedString(const std::string& text, std::vector<std::string>& fields) {
+    if (holds(fields, text)) {
+        return tokenizeQuotedString(std::string(text), fields);
+    }
+    fields.clear();
+    const char between[] = {BLANK, LIST_SEPARATOR, END_OF_STRING_CHAR};
+    for (std::size_t start = 0;
+         (start = text.find_first_not_of(between, start)) != std::string::npos;) {
+        const std::size_t end = std::min(text.find(LIST_SEPARATOR, start), text.size());
+        const std::string_view field(text.data() + start, end - start);
+        const std::size_t open = field.find(QUOTE_MARK);
+        const std::size_t close = field.rfind(QUOTE_MARK);
+        if (open != close) {
+            fields.emplace_back(field.substr(open + 1, close - open - 1));
+        } else {
+            fields.emplace_back(field);
+        }
+        start = end;
+    }
+}
+
+void split(const std::string& text, char separator, std::vector<std::string>& fields) {
+    if (holds(fields, text)) {
+        return split(std::string(text), separator, fields);
+    }
+    std::size_t start = 0;
+    for (std::size_t end; (end = text.find(separator, start)) != std::string::npos;
+         start = end + 1) {
+        add_field(fields, text, start, end);
+    }
+    add_field(fields, text, start, text.size());
 }
 
 // Formatting

@@ -2,7 +2,7 @@
 
 /// @file
 /// Text utilities on strings of bytes: trimming, search, case-insensitive comparison, bounded C
-/// strings, printf-style formatting, XML escaping and hex dumps.
+/// strings, tokenizers, printf-style formatting, XML escaping and hex dumps.
 ///
 /// Use them for options, names, log and dump text. They look at single bytes (`char`) and know no
 /// multibyte encoding: upper case is the C library's, byte by byte.
@@ -27,7 +27,9 @@
 #include <nuriccl/export.hpp>
 
 #include <cstdarg>
+#include <map>
 #include <string>
+#include <vector>
 
 namespace nuriccl::string {
 
@@ -115,6 +117,68 @@ NURICCL_API char* strlcat(char* dst, const char* src, unsigned int size);
 ///
 /// @return `dst` (not a length, unlike the BSD function of this name); null when `size` is 0
 NURICCL_API char* strlcpy(char* dst, const char* src, unsigned int size);
+
+/// @name Taking text apart
+///
+/// Six ways with six sets of rules; the table tells them apart.
+///
+/// | function | separators | quotes | empty fields | output |
+/// |---|---|---|---|---|
+/// | `unixshellstring_get_word` | white space, and '=' as a word | both kinds, and \ escapes | end the reading | cleared |
+/// | `unixshellstring_get_keyed_values` | the same | the same | end the reading | added to |
+/// | `tokenize` | runs of any of a set | none | dropped | cleared |
+/// | `tokenizeQuoted` | one character, and blanks | '"' around tokens | kept if quoted | added to |
+/// | `tokenizeQuotedString` | ',' | a pair of '"' is dropped | dropped | cleared |
+/// | `split` | one character | none | kept | added to |
+///
+/// Malformed text is read by these rules and is no error. All are linear in the length of the text
+/// and may be given an element of their output as the text. When memory runs out the output holds
+/// the fields so far.
+/// @{
+
+/// Reads the next word of a C string as a shell does.
+///
+/// White space (C library) ends a word, quotes of either kind keep it together, and a backslash takes
+/// what follows for an ordinary character, also inside quotes. An unquoted '=' ends a word and is a
+/// word of its own. What is open at the end is closed there; a backslash there is dropped.
+///
+/// @param cursor  in: where to read; out: where reading stopped. Null, and the address of a null
+///                pointer, are the empty text. The text must not lie in `word`.
+/// @param word    receives the word
+/// @return whether the word is not empty: an empty pair of quotes gives false like the end of the
+///         text, although the cursor has moved
+NURICCL_API bool unixshellstring_get_word(const char** cursor, std::string& word);
+
+/// Reads key = value pairs from a C string, each part as `unixshellstring_get_word` reads words. A
+/// value may be the key of the next pair: "a = b = c" has the pairs a, b and b, c. Reading stops at
+/// the first empty word.
+///
+/// @param text   null is the empty text
+/// @param pairs  receives the pairs whose keys it does not have yet
+/// @return the number of pairs read, those included whose key was there
+NURICCL_API int unixshellstring_get_keyed_values(const char* text,
+                                                 std::map<std::string, std::string>& pairs);
+
+/// Stores the runs of characters that are not in `delimiters`.
+NURICCL_API void tokenize(const std::string& text, std::vector<std::string>& tokens,
+                          const std::string& delimiters);
+
+/// Adds the tokens between separators, blanks and double quotes. Inside quotes the separator and the
+/// blank are ordinary; a quote inside a word splits it. Blanks are skipped, tabs are not.
+///
+/// @return false when a quote is left open; what stands behind it is not added
+NURICCL_API bool tokenizeQuoted(const std::string& text, std::vector<std::string>& tokens,
+                                char separator);
+
+/// Stores the fields between commas, without the blanks in front of them. Of a field with two double
+/// quotes or more, what stands between the first and the last one is kept. A comma inside quotes
+/// separates, too.
+NURICCL_API void tokenizeQuotedString(const std::string& text, std::vector<std::string>& fields);
+
+/// Adds the fields between separators, one more than there are separators. An empty text has one
+/// empty field.
+NURICCL_API void split(const std::string& text, char separator, std::vector<std::string>& fields);
+/// @}
 
 /// Formats as `vsnprintf` does into `out`, which is emptied first. The text may have any length; it
 /// ends before the first NUL that the format produces (a `%c` of 0). The caller's list is not

@@ -1,0 +1,1 @@
+#include <nuriagent/base64.hpp>

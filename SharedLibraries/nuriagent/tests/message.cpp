@@ -1,0 +1,1 @@
+#include <nuriagent/message.hpp>

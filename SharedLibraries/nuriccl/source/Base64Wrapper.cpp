@@ -1,0 +1,135 @@
+#include <nuriagent/base64.hpp>
+#include <nuriccl/Base64Wrapper.hpp>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace nuriccl {
+
+namespace {
+
+// What the codec reports.
+constexpr int DONE = 0;
+constexpr int SIZE_REPORTED = 1;
+
+// Has the codec work in two steps: it tells the size, then it writes.
+//
+// @param reads_output  whether the codec reads what is in `output` now
+// @param codec         a call of the codec: (place, size, results) -> number of characters
+// @return false when a step fails; `output` is untouched after the first one
+template <class Container, class Codec>
+bool fill(Container& output, bool reads_output, Codec codec) {
+    base64::Results results{};
+    const unsigned long long needed = codec(nullptr, 0, &results);
+    if (results.status != SIZE_REPORTED || needed > output.max_size()) {
+        return false;
+    }
+    Container apart;
+    Container& place = reads_output ? apart : output;
+    place.resize(static_cast<std::size_t>(needed));
+    char nothing; // a null place would ask for the size again
+    char* const start = place.empty() ? &nothing : place.data();
+    const unsigned long long written = codec(start, needed, &results);
+    place.resize(static_cast<std::size_t>(std::min(written, needed)));
+    if (reads_output) {
+        output.swap(apart);
+    }
+    return results.status == DONE;
+}
+
+template <class Container>
+bool encode_bytes(const Container& input, Container& output,
+                  Base64Wrapper::EncodingVariant variant) {
+    base64::Base64& codec = base64::Base64::GetInstance();
+    const auto encode = [&](char* place, unsigned long long size, base64::Results* results) {
+        return codec.Encode(input.data(), input.size(), place, size, results);
+    };
+    if (!fill(output, &input == &output, encode)) {
+        return false;
+    }
+    if (variant == Base64Wrapper::url_safe) {
+        std::replace(output.begin(), output.end(), '+', '-');
+        std::replace(output.begin(), output.end(), '/', '_');
+    }
+    return true;
+}
+
+bool is_url_safe_digit(char c) { return c == '-' || c == '_'; }
+
+template <class Container>
+bool decode_text(const Container& input, Container& output) {
+    Container standard; // the text in the standard alphabet, when it is in the other one
+    const bool translate = std::any_of(input.begin(), input.end(), is_url_safe_digit);
+    if (translate) {
+        standard = input;
+        std::replace(standard.begin(), standard.end(), '-', '+');
+        std::replace(standard.begin(), standard.end(), '_', '/');
+    }
+    const Container& text = translate ? standard : input;
+    base64::Base64& codec = base64::Base64::GetInstance();
+    const auto decode = [&](char* place, unsigned long long size, base64::Results* results) {
+        return codec.Decode(text.data(), text.size(), place, size, results);
+    };
+    return fill(output, &text == &output, decode);
+}
+
+} // namespace
+
+Base64Wrapper::exception::exception(const std::string& message) : message_(message) {}
+
+Base64Wrapper::exception::~exception() = default;
+
+const char* Base64Wrapper::exception::what() const noexcept { return message_.c_str(); }
+
+Base64Wrapper::encode_failure::encode_failure() : exception("encoding failure") {}
+
+Base64Wrapper::encode_failure::~encode_failure() = default;
+
+Base64Wrapper::decode_failure::decode_failure() : exception("decoding failure") {}
+
+Base64Wrapper::decode_failure::~decode_failure() = default;
+
+bool Base64Wrapper::encode(const std::vector<char>& input, std::vector<char>& output,
+                           EncodingVariant variant) noexcept {
+    try {
+        output.clear();
+        return encode_bytes(input, output, variant);
+    } catch (...) {
+        return false;
+    }
+}
+
+bool Base64Wrapper::encode(const std::vector<char>& input, std::vector<char>& output) noexcept {
+    return encode(input, output, standard);
+}
+
+bool Base64Wrapper::encode(const std::string& input, std::string& output,
+                           EncodingVariant variant) noexcept {
+    try {
+        return encode_bytes(input, output, variant);
+    } catch (...) {
+        return false;
+    }
+}
+
+bool Base64Wrapper::encode(const std::string& input, std::string& output) noexcept {
+    return encode(input, output, standard);
+}
+
+bool Base64Wrapper::decode(const std::vector<char>& input, std::vector<char>& output) noexcept {
+    try {
+        return decode_text(input, output);
+    } catch (...) {
+        return false;
+    }
+}
+
+bool Base64Wrapper::decode(const std::string& input, std::string& output) noexcept {
+    try {
+        return decode_text(input, output);
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace nuriccl

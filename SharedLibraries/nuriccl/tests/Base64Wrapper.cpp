@@ -1,0 +1,1 @@
+#include <nuriccl/Base64Wrapper.hpp>

@@ -1,0 +1,1 @@
+#include <nuriccl/Version.hpp>

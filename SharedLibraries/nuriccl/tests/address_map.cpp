@@ -1,0 +1,1 @@
+#include <nuriccl/address_map.hpp>
