@@ -14,15 +14,16 @@ constexpr char kKeyValueSeparator = '|';
 constexpr char kListSeparator = ',';
 
 constexpr int MESSAGE_SET = 60;
+constexpr auto SEVERITY = static_cast<I18NMessage::MessageSeverity>(3); // an error
 constexpr int CANNOT_OPEN_FOR_READING = 4144;
 constexpr int CANNOT_OPEN_FOR_WRITING = 4145;
 constexpr int READING_FAILED = 8267;
 constexpr int WRITING_FAILED = 8268;
 
-VI18NError stream_error(int number) { return {MESSAGE_SET, number, I18NMessage::error}; }
+VI18NError stream_error(int number) { return {MESSAGE_SET, number, SEVERITY}; }
 
 VI18NError file_error(int number, const std::string& file_name) {
-    return {MESSAGE_SET, number, I18NMessage::error, I18NMessage::Parameter(file_name.c_str())};
+    return {MESSAGE_SET, number, SEVERITY, I18NMessage::Parameter(file_name.c_str())};
 }
 
 std::string line_of(const AddressMap::value_type& entry) {

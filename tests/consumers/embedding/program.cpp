@@ -31,11 +31,29 @@ void check_time_stamps() {
     CHECK(nuriccl::to_str(time) == "2021-03-04T05:06:07.00+01:00");
 }
 
+void check_base64() {
+    std::string text;
+    CHECK(nuriccl::Base64Wrapper::encode("ab", text) && text == "aabb");
+    CHECK(!nuriccl::Base64Wrapper::decode("YWI=", text) && text == "aabb");
+}
+
+void check_messages() {
+    std::string message;
+    try {
+        nuriccl::AddressMap().Save("/nowhere/map");
+    } catch (const VI18NError& error) {
+        message = error.what();
+    }
+    CHECK(message == "furious about 60-4145: /nowhere/map");
+}
+
 } // namespace
 
 int main() {
     check_trace_and_copies();
     check_digests();
     check_time_stamps();
+    check_base64();
+    check_messages();
     return failures;
 }

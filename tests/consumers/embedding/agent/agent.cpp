@@ -1,8 +1,10 @@
-// Services that can be told from any others: records are kept in memory, and the digest of a text is 20
-// times its length.
+// Services that can be told from any others: records are kept in memory, the digest of a text is 20
+// times its length, Base64 doubles each character, and messages tell how the agent feels.
 
 #include "agent.hpp"
 
+#include <nuriagent/base64.hpp>
+#include <nuriagent/message.hpp>
 #include <nuriagent/safe.hpp>
 #include <nuriagent/sha1.hpp>
 #include <nuriagent/trace.hpp>
@@ -39,6 +41,40 @@ void sha1_hash(const unsigned char*, unsigned int length, sha1_context* context)
 void sha1_end(unsigned char* digest, sha1_context* context) {
     ++agent::calls.digests;
     std::memset(digest, static_cast<int>(context->length), 20);
+}
+
+namespace base64 {
+
+Base64& Base64::GetInstance() {
+    static Base64 instance;
+    return instance;
+}
+
+unsigned long long Base64::Encode(const void* source, unsigned long long length, char* destination,
+                                  unsigned long long size, Results* results) {
+    results->status = size < 2 * length ? 1 : 0;
+    for (unsigned long long i = 0; results->status == 0 && i < length; ++i) {
+        std::memset(destination + 2 * i, static_cast<const char*>(source)[i], 2);
+    }
+    return 2 * length;
+}
+
+unsigned long long Base64::Decode(const char*, unsigned long long, void*, unsigned long long,
+                                  Results* results) {
+    results->status = 2;
+    return 0;
+}
+
+} // namespace base64
+
+VI18NError::VI18NError(int message_set, int message_number, I18NMessage::MessageSeverity severity)
+    : text_((severity == I18NMessage::furious ? "furious about " : "not furious about ") +
+            std::to_string(message_set) + '-' + std::to_string(message_number)) {}
+
+VI18NError::VI18NError(int message_set, int message_number, I18NMessage::MessageSeverity severity,
+                       const I18NMessage::Parameter& parameter)
+    : VI18NError(message_set, message_number, severity) {
+    text_ += ": " + parameter.text;
 }
 
 namespace nuritrace {
