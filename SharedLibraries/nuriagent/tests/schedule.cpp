@@ -1,0 +1,1 @@
+#include <nuriagent/schedule.hpp>

@@ -1,0 +1,1 @@
+#include <nuriccl/SingleInstance.hpp>

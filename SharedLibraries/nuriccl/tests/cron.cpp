@@ -1,0 +1,1 @@
+#include <nuriccl/cron.hpp>
