@@ -21,6 +21,7 @@
 
 #include <nuriagent/schedule.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <climits>
@@ -56,10 +57,6 @@ const std::array<Place, 5> PLACES = {MINUTES, HOURS, DAYS, MONTHS, WEEKDAYS};
 const std::array<unsigned int, 5> LOW = {0, 0, 1, 1, 0};
 const std::array<unsigned int, 5> HIGH = {59, 23, 31, 12, 6};
 const Masks STAR = {0x0fffffffffffffff, 0xffffffff, 0xffffffff, 0xffffffff, 0xffffffff};
-
-const std::array<const char*, 12> MONTH_NAMES = {"jan", "feb", "mar", "apr", "may", "jun",
-                                                 "jul", "aug", "sep", "oct", "nov", "dec"};
-const std::array<const char*, 7> WEEKDAY_NAMES = {"sun", "mon", "tue", "wed", "thu", "fri", "sat"};
 
 // Bits both where fields have a meaning and where they have none.
 const cronblk UNTOUCHED = {0x12345678, 0x9abcdef0, 0x0f1e2d3c, 0x4b5a6978, 0x13579bdf, 0x02468ace};
@@ -147,14 +144,14 @@ std::vector<std::string> in_any_case(const std::string& word) {
 }
 
 // The names of the values of a field from its lowest on; none where it has none.
-std::vector<std::string> names_of(Place place) {
-    if (place == MONTHS) {
-        return {MONTH_NAMES.begin(), MONTH_NAMES.end()};
-    }
-    if (place == WEEKDAYS) {
-        return {WEEKDAY_NAMES.begin(), WEEKDAY_NAMES.end()};
-    }
-    return {};
+const std::vector<std::string>& names_of(Place place) {
+    static const std::array<std::vector<std::string>, 5> NAMES = {
+        {{},
+         {},
+         {},
+         {"jan", "feb", "mar", "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"},
+         {"sun", "mon", "tue", "wed", "thu", "fri", "sat"}}};
+    return NAMES[place];
 }
 
 unsigned int seed_of_round(unsigned int round) {
@@ -575,7 +572,7 @@ TEST(ScheduleName, StandsForANumberInAnyCase) {
 
 TEST(ScheduleName, MayEndARange) {
     for (const Place place : {MONTHS, WEEKDAYS}) {
-        const std::vector<std::string> names = names_of(place);
+        const std::vector<std::string>& names = names_of(place);
         for (unsigned int first = LOW[place]; first <= HIGH[place]; ++first) {
             for (unsigned int last = first; last <= HIGH[place]; ++last) {
                 const std::string from = names[first - LOW[place]];
@@ -623,7 +620,7 @@ TEST(ScheduleName, IsOneOfItsField) {
 TEST(ScheduleName, IsNoOtherWordOfThreeLetters) {
     const std::string letters = "abcdefghijklmnopqrstuvwxyz";
     for (const Place place : {MONTHS, WEEKDAYS}) {
-        const std::vector<std::string> names = names_of(place);
+        const std::vector<std::string>& names = names_of(place);
         std::size_t accepted = 0;
         for (const std::string& word : texts::over(letters, 3)) {
             accepted += rejects(place, word) ? 0 : 1;
@@ -909,7 +906,7 @@ private:
     std::string zeros() { return std::string(below(6) == 0 ? below(4) : 0, '0'); }
 
     std::string spelled(Place place, unsigned int value) {
-        const std::vector<std::string> names = names_of(place);
+        const std::vector<std::string>& names = names_of(place);
         if (value - LOW[place] >= names.size() || below(2) == 0) {
             return zeros() + std::to_string(value);
         }
@@ -923,10 +920,10 @@ private:
 } // namespace
 
 TEST(ScheduleRandom, TextsMeanWhatTheyWereMadeFor) {
-    for (unsigned int round = 0; round < 10; ++round) {
+    for (unsigned int round = 0; round < 5; ++round) {
         SCOPED_TRACE("seed " + std::to_string(seed_of_round(round)));
         Generator generator(seed_of_round(round));
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = 0; i < 500; ++i) {
             const auto [text, record] = generator.schedule();
             ASSERT_EQ(read_text(text), record) << testing::PrintToString(text);
             ASSERT_EQ(schedule_model::read_schedule(text), record) << testing::PrintToString(text);
@@ -937,25 +934,25 @@ TEST(ScheduleRandom, TextsMeanWhatTheyWereMadeFor) {
 TEST(ScheduleRandom, SpoiltTextsAreReadAsTheGrammarSays) {
     int accepted = 0;
     int rejected = 0;
-    for (unsigned int round = 0; round < 10; ++round) {
+    for (unsigned int round = 0; round < 5; ++round) {
         SCOPED_TRACE("seed " + std::to_string(seed_of_round(round)));
         Generator generator(seed_of_round(round));
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = 0; i < 500; ++i) {
             const std::string text = generator.spoilt(generator.schedule().first);
             const std::optional<cronblk> record = read_text(text);
             ASSERT_EQ(record, schedule_model::read_schedule(text)) << testing::PrintToString(text);
             ++(record ? accepted : rejected);
         }
     }
-    EXPECT_GT(accepted, 500);
-    EXPECT_GT(rejected, 500);
+    EXPECT_GT(accepted, 200);
+    EXPECT_GT(rejected, 200);
 }
 
 TEST(ScheduleRandom, TextsReadBackFromTheirPrintedForm) {
-    for (unsigned int round = 0; round < 10; ++round) {
+    for (unsigned int round = 0; round < 5; ++round) {
         SCOPED_TRACE("seed " + std::to_string(seed_of_round(round)));
         Generator generator(seed_of_round(round));
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = 0; i < 500; ++i) {
             const cronblk record = generator.schedule().second;
             const std::string text = pln_crn2str(&record);
             ASSERT_EQ(read_text(text), record) << text;
@@ -1188,7 +1185,7 @@ TEST(LongFieldMask, NeedsBothWords) {
 
 namespace {
 
-// Whether the printed form is one, and reads back as far as the bits mean something.
+// Whether the printed form of a record is one, and reads back as far as the bits mean something.
 testing::AssertionResult prints(const cronblk& record) {
     const std::string text = pln_crn2str(&record);
     const std::string fault = schedule_model::fault_in_text(record, text);
@@ -1202,19 +1199,32 @@ testing::AssertionResult prints(const cronblk& record) {
     return testing::AssertionSuccess();
 }
 
-cronblk record_with(Place place, Mask mask) {
+// The text of one field, which stands between those of other values.
+std::string printed(Place place, Mask mask) {
     Masks masks = {bit(7), bit(6), bit(5), bit(4), bit(3)};
     masks[place] = mask;
-    return record_of(masks);
+    const cronblk record = record_of(masks);
+    const std::string text = pln_crn2str(&record);
+    const std::string frame = schedule_with(place, "");
+    const std::size_t start = 2 * place; // each field before it is one digit and a blank
+    const std::size_t size = text.size() - std::min(text.size(), frame.size());
+    const std::string field = text.substr(std::min(start, text.size()), size);
+    EXPECT_EQ(text, schedule_with(place, field));
+    return field;
 }
 
-// The text of one field.
-std::string printed(Place place, Mask mask) {
-    const cronblk record = record_with(place, mask);
-    const std::string text = pln_crn2str(&record);
-    const std::vector<std::string> words = schedule_model::pieces_of(text, ' ');
-    EXPECT_EQ(words.size(), 5U) << text;
-    return words.size() == 5 ? words[place] : text;
+// The same for one field, whatever the others are.
+testing::AssertionResult prints(Place place, Mask mask) {
+    const schedule_model::Field& model = schedule_model::fields()[place];
+    const std::string text = printed(place, mask);
+    const std::string fault = schedule_model::fault_in_field(model, mask, text);
+    if (!fault.empty()) {
+        return testing::AssertionFailure() << fault << " of " << text;
+    }
+    if (read(place, text) != schedule_model::shown(model, mask)) {
+        return testing::AssertionFailure() << text << " does not read back";
+    }
+    return testing::AssertionSuccess();
 }
 
 // Every set of up to `count` of the values from `low` to `high`.
@@ -1245,8 +1255,8 @@ std::vector<Mask> random_masks(unsigned int seed, std::size_t count) {
 void expect_random_masks_printed(Place place) {
     const unsigned int seed = seed_of_round(place);
     SCOPED_TRACE("seed " + std::to_string(seed));
-    for (const Mask mask : random_masks(seed, 5000)) {
-        ASSERT_TRUE(prints(record_with(place, mask)));
+    for (const Mask mask : random_masks(seed, 3000)) {
+        ASSERT_TRUE(prints(place, mask));
     }
 }
 
@@ -1327,27 +1337,29 @@ TEST(SchedulePrint, ReadsBackForHours) {
     const Mask all = bits_between(0, 23);
     const Mask beyond = EVERY & ~all;
     for (const Mask mask : sets_of(4, 0, 23)) {
-        ASSERT_TRUE(prints(record_with(HOURS, mask)));
-        ASSERT_TRUE(prints(record_with(HOURS, mask | beyond)));
-        ASSERT_TRUE(prints(record_with(HOURS, all & ~mask)));
-        ASSERT_TRUE(prints(record_with(HOURS, EVERY & ~mask)));
+        ASSERT_TRUE(prints(HOURS, mask));
+    }
+    for (const Mask mask : sets_of(3, 0, 23)) {
+        ASSERT_TRUE(prints(HOURS, mask | beyond));
+        ASSERT_TRUE(prints(HOURS, all & ~mask));
+        ASSERT_TRUE(prints(HOURS, EVERY & ~mask));
     }
 }
 
 TEST(SchedulePrint, ReadsBackForDays) {
     for (const Mask mask : sets_of(3, 0, 31)) {
-        ASSERT_TRUE(prints(record_with(DAYS, mask)));
-        ASSERT_TRUE(prints(record_with(DAYS, EVERY & ~mask)));
+        ASSERT_TRUE(prints(DAYS, mask));
+        ASSERT_TRUE(prints(DAYS, EVERY & ~mask));
     }
     expect_random_masks_printed(DAYS);
 }
 
 TEST(SchedulePrint, ReadsBackForMonths) {
     for (Mask mask = 0; mask < 1 << 12; ++mask) {
-        ASSERT_TRUE(prints(record_with(MONTHS, mask << 1)));
-        ASSERT_TRUE(prints(record_with(MONTHS, mask << 1 | 1)));
-        ASSERT_TRUE(prints(record_with(MONTHS, mask << 1 | 0xffffe001)));
-        ASSERT_TRUE(prints(record_with(MONTHS, mask << 1 | 0x80002000)));
+        ASSERT_TRUE(prints(MONTHS, mask << 1));
+        ASSERT_TRUE(prints(MONTHS, mask << 1 | 1));
+        ASSERT_TRUE(prints(MONTHS, mask << 1 | 0xffffe001));
+        ASSERT_TRUE(prints(MONTHS, mask << 1 | 0x80002000));
     }
 }
 
@@ -1355,7 +1367,7 @@ TEST(SchedulePrint, ReadsBackForWeekdays) {
     for (Mask mask = 0; mask < 1 << 7; ++mask) {
         for (const Mask beyond :
              {0x00000000U, 0xffffff80U, 0x00000080U, 0x7fffff80U, 0xffffff00U}) {
-            ASSERT_TRUE(prints(record_with(WEEKDAYS, mask | beyond)));
+            ASSERT_TRUE(prints(WEEKDAYS, mask | beyond));
         }
     }
 }
@@ -1363,9 +1375,9 @@ TEST(SchedulePrint, ReadsBackForWeekdays) {
 TEST(SchedulePrint, ReadsBackForMinutes) {
     const Mask all = bits_between(0, 59);
     for (const Mask mask : sets_of(2, 0, 63)) {
-        ASSERT_TRUE(prints(record_with(MINUTES, mask)));
-        ASSERT_TRUE(prints(record_with(MINUTES, all & ~mask)));
-        ASSERT_TRUE(prints(record_with(MINUTES, ~mask)));
+        ASSERT_TRUE(prints(MINUTES, mask));
+        ASSERT_TRUE(prints(MINUTES, all & ~mask));
+        ASSERT_TRUE(prints(MINUTES, ~mask));
     }
     expect_random_masks_printed(MINUTES);
 }
@@ -1375,14 +1387,14 @@ TEST(SchedulePrint, ReadsBackForEverySteppedSet) {
         for (unsigned int step = 1; step <= 30; ++step) {
             for (unsigned int first = LOW[place]; first <= HIGH[place]; ++first) {
                 for (unsigned int last = first; last <= HIGH[place]; last += step) {
-                    const Mask mask = every(step, first, last);
-                    ASSERT_TRUE(prints(record_with(place, mask)));
-                    // A value that does not belong to it, before, within or behind it
-                    for (const unsigned int other : {LOW[place], first + 1, HIGH[place]}) {
-                        ASSERT_TRUE(prints(record_with(place, mask | bit(other))));
-                    }
-                    ASSERT_TRUE(prints(record_with(place, mask | 1))); // the last day
+                    ASSERT_TRUE(prints(place, every(step, first, last)));
                 }
+                // With a value that does not belong to it, before, within or behind it
+                const Mask mask = every(step, first, HIGH[place] - 1);
+                for (const unsigned int other : {LOW[place], first + 1, HIGH[place]}) {
+                    ASSERT_TRUE(prints(place, mask | bit(other)));
+                }
+                ASSERT_TRUE(prints(place, mask | bit(0))); // the last day
             }
         }
     }
@@ -1391,7 +1403,7 @@ TEST(SchedulePrint, ReadsBackForEverySteppedSet) {
 TEST(SchedulePrint, ReadsBackForRandomRecords) {
     const unsigned int seed = seed_of_round(0);
     SCOPED_TRACE("seed " + std::to_string(seed));
-    const std::vector<Mask> masks = random_masks(seed, 20000);
+    const std::vector<Mask> masks = random_masks(seed, 10000);
     for (std::size_t i = 0; i + 5 <= masks.size(); i += 5) {
         const Masks fields = {masks[i], masks[i + 1], masks[i + 2], masks[i + 3], masks[i + 4]};
         ASSERT_TRUE(prints(record_of(fields)));

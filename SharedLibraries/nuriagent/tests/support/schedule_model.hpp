@@ -130,14 +130,13 @@ inline const std::array<Field, 5>& fields() {
 
 /// The pieces between separators, one more than there are separators.
 inline std::vector<std::string> pieces_of(const std::string& text, char separator) {
-    std::vector<std::string> pieces(1);
-    for (const char c : text) {
-        if (c == separator) {
-            pieces.emplace_back();
-        } else {
-            pieces.back() += c;
-        }
+    std::vector<std::string> pieces;
+    std::size_t start = 0;
+    for (std::size_t end; (end = text.find(separator, start)) != std::string::npos;
+         start = end + 1) {
+        pieces.push_back(text.substr(start, end - start));
     }
+    pieces.push_back(text.substr(start));
     return pieces;
 }
 
@@ -151,8 +150,9 @@ inline std::string without_leading_zeros(const std::string& number) {
 }
 
 inline std::string lower(std::string text) {
+    static const std::string UPPER = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     for (char& c : text) {
-        const std::size_t letter = std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZ").find(c);
+        const std::size_t letter = UPPER.find(c);
         c = letter == std::string::npos ? c : "abcdefghijklmnopqrstuvwxyz"[letter];
     }
     return text;
