@@ -322,9 +322,9 @@ inline std::string fault_in_text(const cronblk& record, const std::string& text)
     }
     const Masks masks = masks_of(record);
     for (std::size_t i = 0; i < masks.size(); ++i) {
-        const std::string fault = fault_in_field(fields()[i], masks[i], words[i]);
+        std::string fault = fault_in_field(fields()[i], masks[i], words[i]);
         if (!fault.empty()) {
-            return fault + " in field " + std::to_string(i + 1) + " of " + text;
+            return fault.append(" in field ").append(words[i]).append(" of ").append(text);
         }
     }
     return "";
