@@ -109,25 +109,27 @@ Mask bits_of(unsigned int first, unsigned int last, unsigned int step, const Fie
 struct Range {
     unsigned int first;
     unsigned int last;
-    bool may_have_step;
+    unsigned int last_step; // where steps end
+    bool may_have_step = true;
 };
 
 std::optional<Range> read_range(Reader& reader, const Field& field) {
     if (reader.take('*')) {
-        return Range{field.low, field.high, true};
+        return Range{field.low, field.high, field.high};
     }
     const auto first = read_value(reader, field);
     if (!first) {
         return {};
     }
     if (!reader.take('-')) {
-        return Range{first->number, first->number, !first->named};
+        const unsigned int last_step = std::max(first->number, field.high);
+        return Range{first->number, first->number, last_step, !first->named};
     }
     const auto last = read_value(reader, field);
     if (!last || last->number < first->number) {
         return {};
     }
-    return Range{first->number, last->number, true};
+    return Range{first->number, last->number, last->number};
 }
 
 std::optional<Mask> read_item(Reader& reader, const Field& field) {
@@ -141,6 +143,7 @@ std::optional<Mask> read_item(Reader& reader, const Field& field) {
         if (step == 0 || !range->may_have_step) {
             return {};
         }
+        range->last = range->last_step;
     }
     return range ? std::optional(bits_of(range->first, range->last, step, field)) : std::nullopt;
 }

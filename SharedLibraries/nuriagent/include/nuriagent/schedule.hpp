@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The grammar of schedules: five fields in the manner of cron (POSIX `crontab`), as bit masks and as
-/// text.
+/// The grammar of schedules: five fields in the manner of cron (POSIX `crontab`), as bit masks and
+/// as text.
 ///
 /// Use it to read and print schedules; `nuriccl::Cron` holds one and edits its fields. It knows no
 /// calendar: when a schedule is due, the caller finds out.
@@ -21,14 +21,15 @@
 ///
 /// | item | means |
 /// |---|---|
-/// | `5` | 5 |
+/// | `5`, `05`, `mon` | 5, Monday |
 /// | `5-9`, `mon-fri` | 5 to 9, Monday to Friday |
 /// | `*` | all values of the field |
-/// | `5-9/2`, `* /2` without the blank | every second one of them |
+/// | a range or a star with `/2` behind it | every second one of them |
 /// | `5/15` | every fifteenth value from 5 on |
 ///
-/// Letters may be in either case. A field that is a lone `*` sets all 32 bits of its mask, so that it
-/// can be told from a list of all values; minutes have one bit for each value.
+/// Letters may be in either case; a single name and `L` take no step. Steps of weekdays end at 6,
+/// so that `7/2` is Sunday alone. A field that is a lone `*` sets all 32 bits of its mask, so that
+/// it can be told from a list of all values; minutes have one bit for each value.
 ///
 /// Thread safety: every function is re-entrant and keeps no state.
 ///
@@ -64,23 +65,26 @@ struct IntervalSet {
 
 /// Reads a schedule.
 ///
-/// @return 0 when the text is none, with the record as it was; otherwise another number
+/// @return 0 when the text is none or the record null, with the record as it was; otherwise another
+///         number
 NURIAGENT_API int pln_str2crn(cronblk* record, const std::string& text);
 
-/// The schedule as text that reads back to the same record, with one blank between fields and numbers
-/// only. Bits that stand for no value are not shown.
+/// The schedule as text that reads back to the same record, with one blank between fields and
+/// numbers only. Bits that stand for no value are not shown. Null gives an empty text.
 NURIAGENT_API std::string pln_crn2str(const cronblk* record);
 
-/// Reads a field of numbers from `low` to `high`, 31 at most, without blanks. Value v is bit v of the
-/// mask; a lone `*` sets all 32 bits.
+/// Reads a field of numbers from `low` to `high`, 31 at most, without blanks. Value v is bit v of
+/// the mask; a lone `*` sets all 32 bits. The last argument is ignored.
 ///
-/// @return 0 when the text is no such field, with the mask as it was; otherwise another number
+/// @return 0 when the text is no such field, the range none or the mask null, with the mask as it
+///         was; otherwise another number
 NURIAGENT_API int pln_ent2msk(unsigned int* mask, const std::string& field, unsigned int low,
                               unsigned int high, bool = false);
 
-/// Reads a field of numbers from 0 to `count` - 1, 63 at most, without blanks. Value v is bit v of the
-/// low word, from 32 on bit v - 32 of the high word.
+/// Reads a field of numbers from 0 to `count` - 1, 63 at most, without blanks. Value v is bit v of
+/// the low word, from 32 on bit v - 32 of the high word.
 ///
-/// @return 0 when the text is no such field, with the words as they were; otherwise another number
+/// @return 0 when the text is no such field, the count 0 or above 64, or a word null, with the
+///         words as they were; otherwise another number
 NURIAGENT_API int pln_ent2msk64(unsigned int* low_word, unsigned int* high_word,
                                 const std::string& field, unsigned int count);
