@@ -49,10 +49,11 @@ bool eventually(Predicate predicate) {
 /// system keeps it waiting for good. Children do not get it.
 class Alarm {
 public:
-    Alarm() {
-        struct sigaction nothing {};
-        nothing.sa_handler = [](int) {};
-        files::checked(sigaction(SIGALRM, &nothing, &earlier_), "sigaction");
+    /// `handler` is called by each signal, and may do what signal handlers may.
+    explicit Alarm(void (*handler)(int)) {
+        struct sigaction action {};
+        action.sa_handler = handler;
+        files::checked(sigaction(SIGALRM, &action, &earlier_), "sigaction");
         set(PATIENCE.count(), 1);
     }
     ~Alarm() {
