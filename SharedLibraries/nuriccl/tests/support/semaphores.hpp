@@ -115,9 +115,12 @@ inline int make(key_t key, int value, int count = 1) {
     return set;
 }
 
-/// @throws std::system_error when the set is not this user's
+/// Rights of a set of this user, which it keeps.
+/// @throws std::system_error when it is another's
 inline void set_rights(int set, unsigned short rights) {
-    semid_ds changed = status(set);
+    semid_ds changed{}; // looking at what there is may be forbidden
+    changed.sem_perm.uid = geteuid();
+    changed.sem_perm.gid = getegid();
     changed.sem_perm.mode = rights;
     Argument argument{};
     argument.status = &changed;
