@@ -1727,24 +1727,27 @@ TEST(Fields, ComeAlsoFromAnElementOfTheirList) {
 TEST(Fields, OfTokenizeTakeAnElementOfTheirListForDelimitersToo) {
     const std::string text = repeated("a, b", 50);
     const Fields expected = model_tokenize(text, " ,");
-    for (const std::size_t room : {2U, 1000U}) {
-        Fields fields;
-        fields.reserve(room);
-        fields = {text, " ,"};
-        ns::tokenize(text, fields, fields[1]);
-        EXPECT_EQ(fields, expected);
+    // The second one is kept outside of the string object, and gone with it.
+    for (const std::string& delimiters : {std::string(" ,"), " ," + std::string(100, '#')}) {
+        for (const std::size_t room : {2U, 1000U}) {
+            Fields fields;
+            fields.reserve(room);
+            fields = {"x", delimiters};
+            ns::tokenize(text, fields, fields[1]);
+            EXPECT_EQ(fields, expected);
 
-        fields = {text, " ,"};
-        ns::tokenize(fields[0], fields, fields[1]);
-        EXPECT_EQ(fields, expected);
+            fields = {text, delimiters};
+            ns::tokenize(fields[0], fields, fields[1]);
+            EXPECT_EQ(fields, expected);
 
-        fields = {" ,", text};
-        ns::tokenize(fields[1], fields, fields[0]);
-        EXPECT_EQ(fields, expected);
+            fields = {delimiters, text};
+            ns::tokenize(fields[1], fields, fields[0]);
+            EXPECT_EQ(fields, expected);
 
-        fields = {text};
-        ns::tokenize(fields[0], fields, fields[0]);
-        EXPECT_EQ(fields, Fields());
+            fields = {text};
+            ns::tokenize(fields[0], fields, fields[0]);
+            EXPECT_EQ(fields, Fields());
+        }
     }
     EXPECT_EQ(tokenized(text, text), Fields());
 }
