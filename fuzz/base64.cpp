@@ -1,5 +1,5 @@
-// Base64: decoding agrees with a naive checker on any text and stays inside the space it was given; what
-// is encoded comes back, by the codec and by both forms of the wrapper.
+// Base64: decoding agrees with a naive checker on any text and stays inside the space it was given;
+// what is encoded comes back, by the codec and by both forms of the wrapper.
 
 #include "fuzz.hpp"
 #include "support/base64_model.hpp"

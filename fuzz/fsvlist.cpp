@@ -1,11 +1,12 @@
-// Field-separated lists under any settings: writing and reading agree with models that take one step at
-// a time, in place and not, and what is written comes back where the settings allow it.
+// Field-separated lists under any settings: writing and reading agree with models that take one
+// step at a time, in place and not, and what is written comes back where the settings allow it.
 
 #include "fuzz.hpp"
 #include "support/fsv_model.hpp"
 
 #include <nuriccl/fsvlist.hpp>
 
+#include <cstring>
 #include <stdexcept>
 #include <vector>
 
@@ -62,8 +63,9 @@ public:
                 drop_plain_};
     }
 
-    // Whether all lists come back that are written with every field in quotes. What stands in quotes is
-    // lost when quotes and escapes cannot be told apart, and when the letters of escapes are escaped.
+    // Whether all lists come back that are written with every field in quotes. What stands in
+    // quotes is lost when quotes and escapes cannot be told apart, and when the letters of escapes
+    // are escaped.
     bool keeps_quoted_fields() const {
         const char separator = *separator_.c_str();
         const char* const letters = "nrt0";
@@ -80,7 +82,7 @@ public:
     // long separator may be mistaken for the end of a field, and an escape for a terminator.
     bool keeps_bare_fields() const {
         const char* const specials = specials_.c_str();
-        return keeps_quoted_fields() && std::string(separator_.c_str()).size() == 1 &&
+        return keeps_quoted_fields() && std::strlen(separator_.c_str()) == 1 &&
                !holds(specials, separator_[0]) &&
                (escape_ == 0 || (!holds(specials, escape_) && !holds(specials, 'n') &&
                                  !holds(specials, 'r') && !holds(specials, '0')));

@@ -30,7 +30,7 @@ struct Word {
 
 // The characters of `text` up to its end or its first NUL.
 Word next_word(const std::string& text, std::size_t position) {
-    const std::string line = text.c_str();
+    const std::string line = text.substr(0, text.find('\0'));
     while (position < line.size() && is_space(line[position])) {
         ++position;
     }
@@ -92,8 +92,8 @@ void check_words(const std::string& text) {
     FUZZ_REQUIRE(cursor == text.c_str() + std::strlen(text.c_str()));
 }
 
-// All words up to the first empty one, and then what follows an "=" that is not the first word and not
-// a value itself.
+// All words up to the first empty one, and then what follows an "=" that is not the first word and
+// not a value itself.
 void check_keyed_values(const std::string& text) {
     Fields words;
     for (Word word = next_word(text, 0); !word.text.empty(); word = next_word(text, word.end)) {

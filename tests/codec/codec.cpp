@@ -281,7 +281,8 @@ TEST_F(StringEncode, LeavesWhatTheCodecWroteBeforeItFailed) {
     EXPECT_EQ(output, "");
 }
 
-// The codec writes into fresh zeros: what it counts and did not write is nothing of the earlier output.
+// The codec writes into fresh zeros: what it counts and did not write is nothing of the earlier
+// output.
 TEST_F(StringEncode, LeavesZerosWhereAFailedCodecWroteNothing) {
     EXPECT_FALSE(encode("abc", {size_of(8), {MALFORMED, 4, "x"}}));
     EXPECT_EQ(output, std::string("x\0\0\0", 4));

@@ -56,8 +56,8 @@ void PrintTo(const Outcome& outcome, std::ostream* stream) {
 
 constexpr char UNTOUCHED = '#';
 
-// Encodes into `size` bytes; around them there are others, which must stay. `place` is what is in them
-// afterwards.
+// Encodes into `size` bytes; around them there are others, which must stay. `place` is what is in
+// them afterwards.
 Outcome encode(const std::string& bytes, std::size_t size) {
     std::string space(size + 16, UNTOUCHED);
     base64::Results results{77};
@@ -424,7 +424,8 @@ TEST(Base64Malformed, IsReadNoFurtherThanItsEnd) {
     }
 }
 
-// Every text of up to eight of a digit, the padding and a stranger, and of up to five of more of them.
+// Every text of up to eight of a digit, the padding and a stranger, and of up to five of more of
+// them.
 TEST(Base64Model, AgreesOnShortTexts) {
     for (const std::string& text : texts::over<std::string>("/=*", 8)) {
         expect_decoding_like_model(text);

@@ -449,7 +449,8 @@ TEST(Base64WrapperExceptions, MayBeDerivedFrom) {
 
 namespace {
 
-// Runs the call with its first allocation failing, then its second and so on, until it returns true.
+// Runs the call with its first allocation failing, then its second and so on, until it returns
+// true.
 template <class Call, class Check>
 void expect_false_for_each_failure(Call call, Check check) {
     std::size_t failures = 0;

@@ -648,7 +648,8 @@ TEST(QuoteString, TakesSettingsOutOfTheFieldInPlace) {
     }
 }
 
-// Every combination of settings, each character in every role, with every field of up to three of them.
+// Every combination of settings, each character in every role, with every field of up to three of
+// them.
 TEST(QuoteStringModel, AgreesOnShortFields) {
     expect_writing_like_model(texts::over<std::string>(with_nuls("a \"\\\n\0;,"), 3),
                               writings(with_nuls("\0\""), {"null", ",", ",;", " ", "\n"},

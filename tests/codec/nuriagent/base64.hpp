@@ -1,7 +1,7 @@
 #pragma once
 
-// A codec of a test: the calls come here, and the answers from there. Unlike the one of the agent services
-// it may throw.
+// A codec of a test: the calls come here, and the answers from there. Unlike the one of the agent
+// services it may throw.
 
 #include <deque>
 #include <functional>

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Base64 (RFC 4648, section 4) by way of a text of bits. Slow and simple; the tests and the fuzz target
-/// hold the codec against it.
+/// Base64 (RFC 4648, section 4) by way of a text of bits. Slow and simple; the tests and the fuzz
+/// target hold the codec against it.
 
 #include <cstddef>
 #include <optional>
@@ -48,7 +48,8 @@ inline std::string encode(const std::string& bytes) {
     return text;
 }
 
-/// The bytes, or nothing when the text is malformed. Bits that fill up the last digit may be anything.
+/// The bytes, or nothing when the text is malformed. Bits that fill up the last digit may be
+/// anything.
 inline std::optional<std::string> decode(const std::string& text) {
     if (text.size() % 4 != 0) {
         return std::nullopt;

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What a field-separated line has to be: one field written and one field read, a character and a step
-/// at a time. Slow and simple; the tests and the fuzz target hold the library against it.
+/// What a field-separated line has to be: one field written and one field read, a character and a
+/// step at a time. Slow and simple; the tests and the fuzz target hold the library against it.
 
 #include <cctype>
 #include <cstddef>
