@@ -40,8 +40,8 @@ std::string model_lower(std::string text) {
     return text;
 }
 
-// Lowers '1' to '2' and '2' to '3', byte 0xc9 to byte 0xe9, and nothing else: letters stay, and twice
-// is not the same as once.
+// Lowers '1' to '2' and '2' to '3', byte 0xc9 to byte 0xe9, and nothing else: letters stay, and
+// twice is not the same as once.
 class StrangeCtype : public std::ctype<char> {
 protected:
     char do_tolower(char c) const override {

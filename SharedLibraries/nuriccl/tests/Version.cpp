@@ -54,8 +54,8 @@ Numbers parsed(const std::string& text) { return numbers_of(Version(text)); }
 
 const Numbers USED{1, 2, 3, 4};
 
-// What a text gives in an object that held other numbers; nothing when it is refused, as it then has
-// to be in a new object, too.
+// What a text gives in an object that held other numbers; nothing when it is refused, as it then
+// has to be in a new object, too.
 std::optional<Numbers> parsed_by_a_used_object(const std::string& text) {
     Version version = version_of(USED);
     try {
@@ -69,8 +69,8 @@ std::optional<Numbers> parsed_by_a_used_object(const std::string& text) {
     return numbers_of(version);
 }
 
-// Every version text by its rules, in their order. Nothing when the place of the patch lies behind the
-// end.
+// Every version text by its rules, in their order. Nothing when the place of the patch lies behind
+// the end.
 std::optional<Numbers> model_parsed(const std::string& text) {
     Numbers numbers{};
     auto& [major, minor, patch, build] = numbers;

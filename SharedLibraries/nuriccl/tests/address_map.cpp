@@ -295,7 +295,7 @@ TEST(SaveToStream, AgreesWithTheModel) {
 
 namespace {
 
-// Takes characters up to a limit, and fails one flush on demand. It needs no memory while it is used.
+// Takes characters up to a limit, and fails one flush on demand. Needs no memory while it is used.
 class Sink : public std::streambuf {
 public:
     enum Manner { REFUSES, THROWS };
@@ -536,7 +536,8 @@ TEST(BadStream, IsNotOneThatOnlyFailed) {
     }
 }
 
-// It is looked at in front of each line, so that a last line may be lost with the stream alone knowing.
+// It is looked at in front of each line, so that a last line may be lost with the stream alone
+// knowing.
 TEST(BadStream, EndsTheSavingBeforeTheNextLine) {
     const std::size_t last_line = THREE_LINES_TEXT.size() - 5;
     for (const Sink::Manner manner : {Sink::REFUSES, Sink::THROWS}) {

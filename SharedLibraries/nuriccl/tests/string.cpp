@@ -990,8 +990,8 @@ ShellWord model_word(const std::string& text, std::size_t position) {
     return {!word.empty(), word, position};
 }
 
-// Word by word to the end, and once more there. Empty words are passed over; each takes a character at
-// least.
+// Word by word to the end, and once more there. Empty words are passed over; each takes a character
+// at least.
 template <class Read>
 std::vector<ShellWord> words_by(Read read, const std::string& text) {
     std::vector<ShellWord> words;
