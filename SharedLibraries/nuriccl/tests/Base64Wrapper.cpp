@@ -457,6 +457,7 @@ void expect_false_for_each_failure(Call call, Check check) {
     for (bool succeeded = false; !succeeded; ++failures) {
         const bool escaped = allocation::fails_at(failures, [&] { succeeded = call(); });
         ASSERT_FALSE(escaped) << failures;
+        ASSERT_LT(failures, 100U) << "more than there are allocations";
         if (!succeeded) {
             check();
         }
