@@ -86,15 +86,16 @@ public:
     /// The text with its '%' sequences decoded, whatever the set.
     ///
     /// Digits are not validated: '0' to '9' have their value, upper-case letters (C library) their
-    /// code - 55, all others their code - 87, and the low 8 bits of 16 x first + second are taken. A
-    /// '%' at the very end is dropped; before a single last character its second digit is NUL.
+    /// code - 55, all others their code - 87, and the low 8 bits of 16 x first + second are taken.
+    /// A '%' at the very end is dropped; before a single last character its second digit is NUL.
     /// @throws std::bad_alloc
     std::string decode(const std::string& text) const;
 
     /// @name Decoding in place
     ///
-    /// Every `esc` takes the two bytes that follow it as digits, whatever they are: other characters
-    /// than hexadecimal digits of either case count as 0, and so does what lies behind the end.
+    /// Every `esc` takes the two bytes that follow it as digits, whatever they are: other
+    /// characters than hexadecimal digits of either case count as 0, and so does what lies behind
+    /// the end.
     /// @return whether there was any `esc`
     /// @{
     static bool decode(char* buf, char esc) noexcept; ///< a C string; null is the empty one

@@ -3,8 +3,8 @@
 /// @file
 /// Small function objects for algorithms over texts: to text, to lower case, equal to a pattern.
 ///
-/// Use them with the standard algorithms. `nuriccl::to_str` offers more conversions, `string::icompare`
-/// compares two texts at once.
+/// Use them with the standard algorithms. `nuriccl::to_str` offers more conversions,
+/// `string::icompare` compares two texts at once.
 ///
 /// Thread safety: the call operators change nothing, so one object may serve several threads.
 ///
@@ -45,7 +45,8 @@ private:
     const std::ctype<char>* type_; // lives as long as the locale
 };
 
-/// Tells whether a text is equal to a pattern, exactly or regardless of case. There are no wildcards.
+/// Tells whether a text is equal to a pattern, exactly or regardless of case. There are no
+/// wildcards.
 class NURICCL_API StringMatcher {
 public:
     /// @param pattern      the text to be equal to; the empty one is equal to every text

@@ -149,9 +149,9 @@ NURICCL_API bool toMultibyte(const wchar_t* src, unsigned int len, std::string& 
 /// @param cp              the code page to convert from
 /// @param ignoreBadChars  whether to skip bytes that are no character; otherwise one of them ends
 ///                        the conversion
-/// @return whether every byte was converted. After false `out` holds all characters that were
-///         found or, without `ignoreBadChars`, what was converted before the first bad byte; nothing
-///         when iconv does not know the code page.
+/// @return whether every byte was converted. After false `out` holds all characters that were found
+///         or, without `ignoreBadChars`, what was converted before the first bad byte; nothing when
+///         iconv does not know the code page.
 /// @throws std::bad_alloc
 NURICCL_API bool toWideChar(const char* src, unsigned int len, std::wstring& out,
                             const CodePage& cp, bool ignoreBadChars = false);
