@@ -13,11 +13,14 @@
 ///     every other one      iconv, which knows code pages by name ("UTF-8", "WINDOWS-1252" ...)
 ///
 /// Conversions report success by `bool`. A character that cannot be converted ends the conversion,
-/// or is replaced or skipped when the caller asks for it; the result is false in any case, so that
-/// true always means: nothing was lost.
+/// or is replaced or skipped when the caller asks for it; the result is false in any case. What
+/// iconv converts without complaint counts as converted: the names of some code pages ask it for
+/// approximations ("US-ASCII//TRANSLIT"), and glibc drops tag characters (U+E0000 to U+E007F) that
+/// a code page does not have.
 ///
 /// Surprises that existing agents rely on: a text that starts with NUL converts to nothing, with
-/// success, whatever follows; and see `toWideChar` for the default code pages.
+/// success, whatever follows (so does UTF-16 text in big-endian order that starts with a Latin
+/// letter); and see `toWideChar` for the default code pages.
 ///
 /// Thread safety: every function is re-entrant and keeps no state, but reads the process's locale
 /// and must not race with a change of it. The variables are set before threads start that use them.
@@ -25,7 +28,8 @@
 /// @code{.cpp}
 /// namespace Encoding = nuriccl::Encoding;
 /// std::string bytes;
-/// assert(Encoding::toMultibyte(L"caf\u00e9", 4, bytes, Encoding::CP_WIN1252) && bytes == "caf\xe9");
+/// assert(Encoding::toMultibyte(L"caf\u00e9", 4, bytes, Encoding::CP_WIN1252));
+/// assert(bytes == "caf\xe9");
 /// assert(!Encoding::toMultibyte(L"caf\u00e9", 4, bytes, Encoding::CP_USASCII, "?"));
 /// assert(bytes == "caf?");
 /// std::wstring wide;
@@ -149,9 +153,9 @@ NURICCL_API bool toMultibyte(const wchar_t* src, unsigned int len, std::string& 
 /// @param cp              the code page to convert from
 /// @param ignoreBadChars  whether to skip bytes that are no character; otherwise one of them ends
 ///                        the conversion
-/// @return whether every byte was converted. After false `out` holds all characters that were
-///         found or, without `ignoreBadChars`, what was converted before the first bad byte; nothing
-///         when iconv does not know the code page.
+/// @return whether every byte was converted. After false `out` holds all characters that were found
+///         or, without `ignoreBadChars`, what was converted before the first bad byte; nothing when
+///         iconv does not know the code page.
 /// @throws std::bad_alloc
 NURICCL_API bool toWideChar(const char* src, unsigned int len, std::wstring& out,
                             const CodePage& cp, bool ignoreBadChars = false);
