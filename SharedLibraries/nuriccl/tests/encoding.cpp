@@ -65,6 +65,7 @@ struct Iconv {
     bool open_fails = false;
     bool close_fails = false;  // after closing
     bool gets_nowhere = false; // lacks room, whatever there is
+    bool end_fails = false;    // of what it holds back
 
     void add(iconv_t descriptor, const char* target, const char* source) {
         ++opened;
@@ -114,6 +115,10 @@ extern "C" std::size_t iconv(iconv_t descriptor, char** in, std::size_t* left, c
     static const auto next = next_in_process<decltype(iconv)>("iconv");
     if (iconv_calls.gets_nowhere) {
         errno = E2BIG;
+        return FAILED;
+    }
+    if (iconv_calls.end_fails && in == nullptr) {
+        errno = EILSEQ;
         return FAILED;
     }
     iconv_calls.most_room = std::max(iconv_calls.most_room, *room);
@@ -2005,6 +2010,7 @@ protected:
         iconv_calls.open_fails = false;
         iconv_calls.close_fails = false;
         iconv_calls.gets_nowhere = false;
+        iconv_calls.end_fails = false;
     }
 };
 
@@ -2049,6 +2055,15 @@ TEST_F(ConversionCalls, ThatCannotBeOpenedAreEmptyAndFalse) {
 
 TEST_F(ConversionCalls, ThatCannotBeClosedAreFalseWithTheWholeText) {
     iconv_calls.close_fails = true;
+    EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8), Multibyte(false, "ab"));
+    EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8, "?"), Multibyte(false, "ab"));
+    EXPECT_EQ(wide("ab", Encoding::CP_UTF8), Wide(false, L"ab"));
+    EXPECT_EQ(wide("ab", Encoding::CP_UTF8, true), Wide(false, L"ab"));
+}
+
+// What was held back is lost.
+TEST_F(ConversionCalls, ThatCannotBeEndedAreFalse) {
+    iconv_calls.end_fails = true;
     EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8), Multibyte(false, "ab"));
     EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8, "?"), Multibyte(false, "ab"));
     EXPECT_EQ(wide("ab", Encoding::CP_UTF8), Wide(false, L"ab"));
@@ -2597,21 +2612,25 @@ TEST_F(CaseConversion, FollowsTheSettings) {
     EXPECT_EQ(upper("a\xc3\xa9"), Multibyte(true, "A\xc3\x89"));
 }
 
-TEST_F(CaseConversion, OutOfMemoryLeavesOutUntouched) {
+TEST_F(CaseConversion, PassesOnThatMemoryRanOut) {
     const std::string text(500, 'x');
     const std::wstring characters(500, L'x');
-    std::string out = "before";
-    std::wstring wide_out = L"before";
-    const auto untouched = [&] {
-        EXPECT_EQ(iconv_calls.opened, iconv_calls.closed);
-        EXPECT_EQ(wide_out, L"before");
-    };
-    upper("x");
-    EXPECT_GT(allocation::fail_each([&] { Encoding::toUpperCase(text, out); }, untouched), 1U);
+    std::string out;
+    std::wstring wide_out;
+    const auto nothing_is_open = [] { EXPECT_EQ(iconv_calls.opened, iconv_calls.closed); };
+    upper("x"); // what the libraries set up once
+    EXPECT_GT(allocation::fail_each([&] { EXPECT_TRUE(Encoding::toUpperCase(text, out)); },
+                                    nothing_is_open),
+              1U);
     EXPECT_EQ(out, std::string(500, 'X'));
-    EXPECT_GT(
-        allocation::fail_each([&] { Encoding::toUpperCase(characters, wide_out); }, untouched), 1U);
-    EXPECT_EQ(wide_out, L"before" + std::wstring(500, L'X'));
+    EXPECT_GT(allocation::fail_each(
+                  [&] {
+                      wide_out = std::wstring();
+                      EXPECT_TRUE(Encoding::toUpperCase(characters, wide_out));
+                  },
+                  nothing_is_open),
+              1U);
+    EXPECT_EQ(wide_out, std::wstring(500, L'X'));
 }
 
 TEST(EncodingUsage, WorksAsTheHeaderShows) {
