@@ -1225,6 +1225,15 @@ TEST(ToMultibyte, CountsAnApproximationByIconvAsASuccess) {
     EXPECT_EQ(multibyte(L"a\u20acb", custom(name)), expected);
 }
 
+// Tag characters, which some C libraries drop without complaint.
+TEST(ToMultibyte, TakesIconvsWordForTagCharacters) {
+    const std::wstring text = L"x\U000e0041\U000e007fy";
+    for (const char* const name : {"US-ASCII", "WINDOWS-1252", "ISO-2022-JP", "UTF-16LE"}) {
+        EXPECT_EQ(multibyte(text, custom(name)), multibyte_by_iconv(text, name, nullptr)) << name;
+        EXPECT_EQ(multibyte(text, custom(name), "?"), multibyte_by_iconv(text, name, "?")) << name;
+    }
+}
+
 // iconv drops the character itself, converts to the end, and reports it there.
 TEST(ToMultibyte, IsFalseWhenIconvDropsACharacter) {
     const CodePage codePage = custom("US-ASCII//IGNORE");
