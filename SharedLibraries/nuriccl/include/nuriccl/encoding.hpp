@@ -82,8 +82,8 @@ public:
     /// @throws std::bad_alloc with the object as it was, as in the other forms
     void init(CodePages_e codePage);
 
-    /// Sets the number. An object of `CP_DEFAULT` becomes `CP_CUSTOM` without a name; every other
-    /// one stays the code page it is.
+    /// Sets the number. An object of `CP_DEFAULT` becomes `CP_CUSTOM` without a name, which names
+    /// no code page: give it one with `init(name)`. Every other one stays the code page it is.
     void init(unsigned int number);
 
     /// Sets the name that iconv is asked for; null is the empty name. An object of `CP_DEFAULT`
@@ -131,7 +131,8 @@ extern NURICCL_API bool s_ignoreBadChars;      ///< used by nothing here; false
 /// @param out           receives the bytes
 /// @param cp            the code page to convert to
 /// @param defaultChars  stands, byte for byte, in place of each character that the code page does
-///                      not have; null ends the conversion there
+///                      not have; null ends the conversion there. In UTF-16 and UTF-32 give it
+///                      whole characters.
 /// @param bestFitChars  ignored
 /// @return whether every character was converted. After false `out` holds the whole text with its
 ///         replacements or, with null `defaultChars`, what was converted before the first bad
@@ -185,7 +186,7 @@ private:
 /// @name Case conversion in the environment's locale
 ///
 /// The narrow forms store the converted text in `out`, which may be `in`; the code page of both is
-/// `s_toCodePage`. The wide forms append to `out`.
+/// `s_toCodePage`. The wide forms append to `out`; when that is `in`, its text is there twice.
 ///
 /// @return false, with `out` untouched, when the environment names a locale that is not installed,
 ///         and when `in` is not valid in the code page; false when a character cannot be converted
