@@ -1055,6 +1055,8 @@ TEST_F(MinibackupTest, HelpTellsEveryCommandAndOption) {
         EXPECT_TRUE(contains(one.out, "Usage: minibackup " + command));
         EXPECT_EQ(command != "list", one.out.find("--quiet") != std::string::npos);
         EXPECT_EQ(command == "restore", one.out.find("--run NAME") != std::string::npos);
+        EXPECT_EQ(command == "save", one.out.find("--exclude PATTERN") != std::string::npos);
+        EXPECT_EQ(command == "save", one.out.find("Memory Page File: ") != std::string::npos);
         EXPECT_EQ("", one.err);
     }
     EXPECT_TRUE(contains(run({"save", "--help"}).out, "Hard links are saved as files"));
@@ -1075,7 +1077,12 @@ TEST_F(MinibackupTest, WrongCommandLinesAreRefused) {
              {"save", "--wrong", source(), store()},
              {"save", "--run", "x", source(), store()},
              {"list"},
+             {"save", "--quiet=1", source(), store()},
+             {"save", "-z", source(), store()},
+             {"save", source(), store(), "--exclude"},
              {"list", "--quiet", store()},
+             {"verify", "--exclude", "x", store()},
+             {"restore", "--exclude-class=Power Management", store(), destination()},
              {"restore", store(), destination(), "--run"},
          }) {
         const Outcome outcome = run(arguments);
@@ -1083,6 +1090,23 @@ TEST_F(MinibackupTest, WrongCommandLinesAreRefused) {
         EXPECT_NE("", outcome.err);
         EXPECT_EQ("", outcome.out);
         EXPECT_FALSE(fs::exists(store()));
+    }
+}
+
+TEST_F(MinibackupTest, OptionsThatAreRefusedAreNamedHarmlessly) {
+    for (const auto& [option, shown] : std::map<std::string, std::string>{
+             {"--\x1b[31m", "there is no such option: '--\\x1b[31m'"},
+             {"--wrong\n", "there is no such option: '--wrong\\x0a'"},
+             {"--quiet=x", "there is no such option: '--quiet=x'"},
+             {"--ex", "there is no such option: '--ex'"}, // there are two
+             {"-\xff", "there is no such option: '-\\xff'"},
+             {"-z", "there is no such option: '-z'"},
+             {"-qz", "there is no such option: '-z'"},
+             {"-rx", "save does not take this option"},
+             {"--exclude", "an argument is missing behind '--exclude'"}}) {
+        const Outcome outcome = run({"save", source(), store(), option});
+        ASSERT_TRUE(ended(outcome, 2));
+        EXPECT_EQ("minibackup: " + shown + "\nTry 'minibackup --help'.\n", outcome.err);
     }
 }
 
@@ -1121,6 +1145,7 @@ TEST_F(MinibackupTest, SummaryTellsFilesBytesRatioAndTime) {
     const Outcome restored = restore();
     EXPECT_TRUE(contains(restored.out, "written   100004 bytes (97.7 KiB)\n"));
     EXPECT_EQ("", saved.err + restored.err);
+    EXPECT_FALSE(contains(saved.out, "excluded"));
 }
 
 TEST_F(MinibackupTest, ProgressIsShownOnATerminalOnly) {
@@ -1153,6 +1178,10 @@ TEST_F(MinibackupTest, ProgressIsShownOnATerminalOnly) {
     EXPECT_TRUE(contains(on_terminal({"restore", store(), destination()}), " of 4.0 MiB  "));
     EXPECT_FALSE(contains(on_terminal({"save", "--quiet", source(), store()}), "\r["));
     EXPECT_FALSE(contains(save().err, "\r["));
+    write_file(at("s/more"), noise(BLOCK, 2)); // what is not saved is not counted either
+    EXPECT_TRUE(
+        contains(on_terminal({"save", "--exclude", "more", source(), store()}), " of 4.0 MiB  "));
+    EXPECT_TRUE(contains(on_terminal({"save", source() + "/./more", store()}), " of 1.0 MiB  "));
 }
 
 TEST_F(MinibackupTest, OutputThatCannotBeWrittenIsNamed) {
