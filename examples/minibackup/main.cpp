@@ -160,8 +160,8 @@ void set(Options& options, int letter) {
 // Reads what stands behind the command, and does it.
 int run_command(const Command& command, int argc, char** argv) {
     Options options;
-    opterr = 0; // the messages of getopt_long show what they are about as it is
     optind = 2;
+    // The ':' in front keeps getopt_long from messages of its own, which show options as they are.
     for (int letter; (letter = getopt_long(argc, argv, ":hqr:x:X:", OPTIONS, nullptr)) != -1;) {
         if (letter == ':') {
             return usage_error("an argument is missing behind '" + readable(argv[argc - 1]) + "'");

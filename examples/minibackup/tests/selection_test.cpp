@@ -329,6 +329,7 @@ TEST_F(RecurseMarker, ExclusionsHoldBelowWhatIsSelected) {
     EXPECT_TRUE(contains(outcome.out, "\nexcluded  1 directories, 0 others\n"));
     EXPECT_EQ(Names({"a/b/2"}), saved({"-x", "/a/b/c"}, at("s/./a/b")));
     EXPECT_EQ(Names({"a/b/2", "a/b/c/3"}), saved({"-x", "/c"}, at("s/./a/b")));
+    EXPECT_EQ(Names({"a/b/2", "a/b/c/3"}), saved({"-x", "/a", "-x", "a/b/"}, at("s/./a/b")));
     EXPECT_EQ(Names({"2"}), saved({"-x", "/c"}, at("s/a/b/./")));
     EXPECT_EQ(Names({"top"}), saved({"-x", "top"}, at("s/./top")));
     make_files({"swap/swapfile"});
