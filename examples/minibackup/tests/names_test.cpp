@@ -4,6 +4,7 @@
 
 #include "support.hpp"
 
+#include <iomanip>
 #include <iterator>
 #include <nuriccl/filenamehelper.hpp>
 #include <set>
@@ -57,6 +58,17 @@ std::set<std::string> hostile_names() {
     return names;
 }
 
+std::string utf8(std::uint32_t code) {
+    const auto byte = [code](int shift, std::uint32_t mark) {
+        return static_cast<char>(mark | (code >> shift & (mark == 0x80 ? 0x3FU : 0xFFU)));
+    };
+    return code < 0x80    ? std::string{byte(0, 0)}
+           : code < 0x800 ? std::string{byte(6, 0xC0), byte(0, 0x80)}
+           : code < 0x10000
+               ? std::string{byte(12, 0xE0), byte(6, 0x80), byte(0, 0x80)}
+               : std::string{byte(18, 0xF0), byte(12, 0x80), byte(6, 0x80), byte(0, 0x80)};
+}
+
 // One line that a terminal shows as it comes; told without the program's own means.
 bool is_harmless(const std::string& line) {
     std::wstring characters;
@@ -68,6 +80,15 @@ bool is_harmless(const std::string& line) {
     return std::none_of(characters.begin(), characters.end(), [&](wchar_t c) {
         return c < 0x20 || (c >= 0x7F && c < 0xA0) || steering.find(c) != std::wstring::npos;
     });
+}
+
+std::string in_hex(const std::string& bytes) {
+    std::ostringstream text;
+    for (const char c : bytes) {
+        text << "\\x" << std::hex << std::setw(2) << std::setfill('0')
+             << unsigned{static_cast<unsigned char>(c)};
+    }
+    return text.str();
 }
 
 // Each line is harmless, and there are as many different ones as things.
@@ -183,6 +204,25 @@ TEST_F(MinibackupTest, NamesAreShownAsTheyAreButForWhatDoesHarm) {
             contains(outcome.err, "minibackup: " + at("s/" + text) + ": is a FIFO, left out\n"));
     }
     EXPECT_EQ(shown.size(), lines_of(outcome.err).size());
+}
+
+// A manifest may call itself by any text, which is told when it is not the version that is known.
+TEST_F(MinibackupTest, EveryCharacterIsShownAsItIsOrInHex) {
+    ASSERT_TRUE(ended(save(), 0));
+    std::string text;
+    std::string expected;
+    for (std::uint32_t code = 1; code <= 0x110000; ++code) { // the last one is none
+        const std::string bytes = utf8(code);
+        if (code != ' ' && code != '\n') { // which end words and lines
+            text += bytes;
+            expected += code == '\\' ? "\\\\" : is_harmless(bytes) ? bytes : in_hex(bytes);
+        }
+    }
+    write_file(at("b/" + runs().front()), "minibackup manifest " + text + '\n');
+    const Outcome outcome = verify();
+    ASSERT_EQ(1, outcome.status);
+    EXPECT_NE(std::string::npos, outcome.err.find("'minibackup manifest " + expected + "';"));
+    EXPECT_EQ(1U, lines_of(outcome.err).size());
 }
 
 // The mark of a store is text that anybody may have written.
