@@ -165,7 +165,7 @@ bool from_locale(const char* src, size_t len, std::wstring& out, bool ignore_bad
             out += character;
             consumed += std::max<size_t>(count, 1); // 0 is a NUL
         } else if (ignore_bad) {
-            src += std::min<size_t>(rest, 1);
+            ++src;
             state = {};
             ++consumed;
             clean = false;
@@ -254,15 +254,17 @@ bool convert(const char* to, const char* from, const void* src, size_t size, siz
 
 bool to_multibyte(const wchar_t* src, size_t len, std::string& out, const CodePage& cp,
                   const char* defaultChars) {
-    const std::string copy = defaultChars != nullptr ? defaultChars : ""; // it may be in `out`
+    const bool by_locale = cp.isDefault();
+    const std::string name = by_locale ? "" : cp.m_name; // this and the replacement may be in `out`
+    const std::string copy = defaultChars != nullptr ? defaultChars : "";
     const char* const replacement = defaultChars != nullptr ? copy.c_str() : nullptr;
     out.clear();
     if (src == nullptr || len == 0 || *src == 0) {
         return true;
     }
-    return cp.isDefault() ? to_locale(src, len, out, replacement)
-                          : convert(cp.m_name.c_str(), WIDE, src, len * sizeof(wchar_t),
-                                    sizeof(wchar_t), out, replacement);
+    return by_locale ? to_locale(src, len, out, replacement)
+                     : convert(name.c_str(), WIDE, src, len * sizeof(wchar_t), sizeof(wchar_t), out,
+                               replacement);
 }
 
 bool to_wide(const char* src, size_t len, std::wstring& out, const CodePage& cp,
