@@ -175,6 +175,7 @@ bool CharacterEncoder::encode(std::string& text, char esc) const {
     return true;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): a member for its callers
 std::string CharacterEncoder::decode(const std::string& text) const {
     std::string decoded;
     decoded.reserve(text.size());
