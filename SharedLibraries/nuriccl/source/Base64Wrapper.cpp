@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace nuriccl {
 
@@ -75,7 +76,7 @@ bool decode_text(const Container& input, Container& output) {
 
 } // namespace
 
-Base64Wrapper::exception::exception(const std::string& message) : message_(message) {}
+Base64Wrapper::exception::exception(std::string message) : message_(std::move(message)) {}
 
 Base64Wrapper::exception::~exception() = default;
 
