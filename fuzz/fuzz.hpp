@@ -27,6 +27,13 @@ inline std::string text_of(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
+/// A literal in either character width.
+template <class Text>
+Text widened(const char* text) {
+    const std::string narrow = text;
+    return Text(narrow.begin(), narrow.end());
+}
+
 /// Reads an input piece by piece; past its end it reads as zeros.
 class FuzzInput {
 public:
@@ -36,10 +43,54 @@ public:
 
     std::uint8_t byte() { return empty() ? std::uint8_t{0} : *next_++; }
 
+    /// A character, now and then one that is none. Of four bytes a character would hardly ever come
+    /// out as one that a code page has.
+    wchar_t wide_character() {
+        const unsigned int first = byte();
+        if (first < 0x80) {
+            return static_cast<wchar_t>(first);
+        }
+        switch (first % 8) {
+        case 0: // two bytes in UTF-8
+            return static_cast<wchar_t>(0x80 + number(2) % 0x780);
+        case 1: // combining
+            return static_cast<wchar_t>(0x300 + byte() % 0x70);
+        case 2: // Chinese
+            return static_cast<wchar_t>(0x4e00 + number(2) % 0x5200);
+        case 3:
+            return static_cast<wchar_t>(number(2));
+        case 4:
+            return static_cast<wchar_t>(0x10000 + number(3) % 0x100000);
+        case 5: // a surrogate
+            return static_cast<wchar_t>(0xd800 + number(2) % 0x800);
+        case 6: // a tag
+            return static_cast<wchar_t>(0xe0000 + byte() % 0x80);
+        default:
+            return static_cast<wchar_t>(number(4));
+        }
+    }
+
+    /// What has not been read yet, as characters.
+    std::wstring wide_rest() {
+        std::wstring text;
+        while (!empty()) {
+            text += wide_character();
+        }
+        return text;
+    }
+
     /// What has not been read yet.
     std::string rest() const { return text_of(next_, static_cast<std::size_t>(end_ - next_)); }
 
 private:
+    std::uint32_t number(int bytes) {
+        std::uint32_t value = 0;
+        for (int i = 0; i < bytes; ++i) {
+            value = value << 8 | byte();
+        }
+        return value;
+    }
+
     const std::uint8_t* next_;
     const std::uint8_t* end_;
 };

@@ -16,12 +16,6 @@ void replace_all(Text& text, const Text& from, const Text& to) {
 }
 
 template <class Text>
-Text widened(const char* text) {
-    const std::string narrow = text;
-    return Text(narrow.begin(), narrow.end());
-}
-
-template <class Text>
 Text escaped_one_by_one(Text text) {
     replace_all(text, widened<Text>("&"), widened<Text>("&amp;"));
     replace_all(text, widened<Text>("<"), widened<Text>("&lt;"));

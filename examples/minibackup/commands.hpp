@@ -6,6 +6,8 @@
 /// Each returns the exit status: `DONE`, or `INCOMPLETE` when something was left out, which was named on
 /// standard error. They throw `Error` when the command cannot be done at all.
 
+#include "exclusions.hpp"
+
 #include <string>
 
 namespace minibackup {
@@ -17,6 +19,7 @@ constexpr int FAILED = 2;
 struct Options {
     bool quiet = false;
     std::string run; ///< empty: the newest one
+    Exclusions exclusions;
 };
 
 int save(const std::string& source, const std::string& store, const Options& options);

@@ -7,6 +7,7 @@
 #include "names.hpp"
 #include "os.hpp"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -33,7 +34,7 @@ struct Command {
 };
 
 const Command COMMANDS[] = {
-    {"save", "SOURCE STORE", 2, "hq",
+    {"save", "SOURCE STORE", 2, "hqxX",
      [](const Arguments& a, const Options& o) { return save(a[0], a[1], o); },
      "save the directory SOURCE in STORE",
      "Saves the directory SOURCE as a new run in STORE, a directory that is made when it is\n"
@@ -43,6 +44,22 @@ const Command COMMANDS[] = {
      "modification times. Owners and access lists are not kept. Hard links are saved as files\n"
      "of their own. FIFOs, sockets and devices are named and left out. STORE is left out when\n"
      "it is in SOURCE.\n"
+     "\n"
+     "A part of a directory is saved with a '/./' in SOURCE: 'DIR/./PATH' makes DIR the root of\n"
+     "what is saved, and takes in only PATH, with everything below it and the directories that\n"
+     "lead to it. 'DIR/./' and 'DIR/./*' take in everything below DIR; 'DIR/./PATH/*' is\n"
+     "'DIR/./PATH'. PATH has to exist, and holds no '..'. A symbolic link in PATH is saved as a\n"
+     "link and not followed; what PATH names behind it is not saved, which is a fault.\n"
+     "\n"
+     "What a PATTERN matches is left out, a directory with everything in it. A PATTERN without\n"
+     "'/' matches a name at any depth; one with '/' matches the path below SOURCE, which is DIR\n"
+     "of 'DIR/./PATH': '/cache' and 'home/*/cache' do. With '/' at the end it matches\n"
+     "directories only. '*' matches any bytes but '/', '?' one byte, '[a-z]' one of these bytes;\n"
+     "a '.' at the start of a name is nothing special; a backslash lets the next byte stand for\n"
+     "itself. What SOURCE names itself is never left out.\n"
+     "\n"
+     "A CLASS stands for files in which a system keeps its memory. Left out are the regular\n"
+     "files that it means, told by their path below SOURCE, in upper or lower case.\n"
      "\n"
      "A save may be interrupted at any time; what it leaves behind is used or removed by the\n"
      "next. Let only one save work on a store at a time.\n"},
@@ -66,12 +83,20 @@ const Command COMMANDS[] = {
 const option OPTIONS[] = {{"help", no_argument, nullptr, 'h'},
                           {"quiet", no_argument, nullptr, 'q'},
                           {"run", required_argument, nullptr, 'r'},
+                          {"exclude", required_argument, nullptr, 'x'},
+                          {"exclude-class", required_argument, nullptr, 'X'},
                           {}};
 
 const char* option_help(char letter) {
-    return letter == 'q'   ? "-q, --quiet     no progress bar and no summary"
-           : letter == 'r' ? "-r, --run NAME  restore this run and not the newest one"
-                           : "-h, --help      this text";
+    return letter == 'q'   ? "-q, --quiet                no progress bar and no summary"
+           : letter == 'r' ? "-r, --run NAME             restore this run and not the newest one"
+           : letter == 'x' ? "-x, --exclude PATTERN      leave out what matches; may be repeated"
+           : letter == 'X' ? "-X, --exclude-class CLASS  leave out the files of it; may be repeated"
+                           : "-h, --help                 this text";
+}
+
+bool takes(const Command& command, int letter) {
+    return std::strchr(command.options, letter) != nullptr;
 }
 
 int print_help() {
@@ -83,11 +108,15 @@ int print_help() {
     for (const Command& command : COMMANDS) {
         std::printf("  %-8s%-14s%s\n", command.name, command.arguments, command.purpose);
     }
-    std::puts("\n"
-              "'minibackup COMMAND --help' tells more about a command.\n"
-              "\n"
-              "Exit status: 0 done; 1 something could not be saved, restored or verified, and was\n"
-              "named; 2 the command could not be done.");
+    std::puts(
+        "\n"
+        "'minibackup COMMAND --help' tells more about a command.\n"
+        "\n"
+        "Names are shown with '\\\\' for a backslash and '\\xhh' for each byte that is no UTF-8,\n"
+        "or part of a control character, a line separator or a mark of text direction.\n"
+        "\n"
+        "Exit status: 0 done; 1 something could not be saved, restored or verified, and was\n"
+        "named; 2 the command could not be done.");
     return DONE;
 }
 
@@ -97,7 +126,18 @@ int print_help(const Command& command) {
     for (const char* letter = command.options; *letter != 0; ++letter) {
         std::printf("  %s\n", option_help(*letter));
     }
+    if (takes(command, 'X')) {
+        std::printf("\nClasses:%s\n", exclusion_classes().c_str());
+    }
     return DONE;
+}
+
+// What getopt_long has refused last. It tells a short option; a long one is unknown, not unique or has an
+// argument although it takes none: then it tells what is in the table, 0 or the short form.
+std::string refused_option(char** argv) {
+    const auto is_refused = [](const option& known) { return known.val == optopt; };
+    const bool is_long = std::any_of(std::begin(OPTIONS), std::end(OPTIONS), is_refused);
+    return is_long ? argv[optind - 1] : std::string("-") + static_cast<char>(optopt);
 }
 
 int usage_error(const std::string& reason) {
@@ -105,25 +145,37 @@ int usage_error(const std::string& reason) {
     return FAILED;
 }
 
+void set(Options& options, int letter) {
+    if (letter == 'q') {
+        options.quiet = true;
+    } else if (letter == 'r') {
+        options.run = optarg;
+    } else if (letter == 'x') {
+        options.exclusions.add_pattern(optarg);
+    } else {
+        options.exclusions.add_class(optarg);
+    }
+}
+
 // Reads what stands behind the command, and does it.
 int run_command(const Command& command, int argc, char** argv) {
     Options options;
     optind = 2;
-    for (int letter; (letter = getopt_long(argc, argv, "hqr:", OPTIONS, nullptr)) != -1;) {
-        if (letter == '?') { // getopt_long has said why
-            return FAILED;
+    // The ':' in front keeps getopt_long from messages of its own, which show options as they are.
+    for (int letter; (letter = getopt_long(argc, argv, ":hqr:x:X:", OPTIONS, nullptr)) != -1;) {
+        if (letter == ':') {
+            return usage_error("an argument is missing behind '" + readable(argv[argc - 1]) + "'");
         }
-        if (std::strchr(command.options, letter) == nullptr) {
+        if (letter == '?') {
+            return usage_error("there is no such option: '" + readable(refused_option(argv)) + "'");
+        }
+        if (!takes(command, letter)) {
             return usage_error(std::string(command.name) + " does not take this option");
         }
         if (letter == 'h') {
             return print_help(command);
         }
-        if (letter == 'q') {
-            options.quiet = true;
-        } else {
-            options.run = optarg;
-        }
+        set(options, letter);
     }
     const Arguments arguments(argv + optind, argv + argc);
     if (arguments.size() != command.argument_count) {

@@ -4,7 +4,8 @@
 /// The manifest of a run: what the saved tree looks like and which blocks its files are made of.
 ///
 /// It is text, a record on each line, its words separated by one blank. MTIME is three words: seconds
-/// since 1970, nanoseconds, and the same as a time stamp for people. Names are encoded (see names.hpp).
+/// since 1970, nanoseconds, and the same as a time stamp for people. Names are encoded (see names.hpp), in
+/// the one way there is to encode each.
 ///
 ///     minibackup manifest 1
 ///     saved MTIME
@@ -20,6 +21,10 @@
 ///
 /// The first entry is the directory "."; everything else is in it. A name is one component of a path:
 /// neither empty nor "." or "..", without '/' and NUL. Modes are octal, 12 bits.
+///
+/// The program was not released yet, and until it is, version 1 changes without a new number. It has
+/// changed last in the escapes of names: their digits are in lower case, and only what needs an escape may
+/// have one. A store with manifests from before is to be made anew.
 ///
 /// Both classes handle a manifest as a stream, in constant memory.
 

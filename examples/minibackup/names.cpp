@@ -1,68 +1,79 @@
 #include "names.hpp"
 
-#include <charconv>
+#include <algorithm>
+#include <nuriccl/CharacterEncoder.hpp>
+#include <nuriccl/encoding.hpp>
+#include <nuriccl/string.hpp>
 
 namespace minibackup {
 
 namespace {
 
-unsigned char to_byte(char c) { return static_cast<unsigned char>(c); }
+namespace Encoding = nuriccl::Encoding;
+using nuriccl::CharacterEncoder;
 
-bool is_control(char c) { return to_byte(c) < 0x20 || c == 0x7F; }
+CharacterEncoder make_word_encoder() {
+    CharacterEncoder encoder("%\x7f");
+    for (char c = '\0'; c <= ' '; ++c) {
+        encoder.protect(c);
+    }
+    return encoder;
+}
 
-void append_escaped(std::string& text, char c) {
-    static const char digits[] = "0123456789ABCDEF";
-    text += '%';
-    text += digits[to_byte(c) >> 4];
-    text += digits[to_byte(c) & 15];
+const CharacterEncoder& word_encoder() {
+    static const CharacterEncoder encoder = make_word_encoder();
+    return encoder;
+}
+
+bool is_harmful(wchar_t character) {
+    struct Range {
+        wchar_t first;
+        wchar_t last;
+    };
+    static constexpr Range HARMFUL[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
+                                        {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x206F}};
+    return std::any_of(std::begin(HARMFUL), std::end(HARMFUL), [character](const Range& range) {
+        return range.first <= character && character <= range.last;
+    });
+}
+
+std::size_t utf8_length(wchar_t character) {
+    return character < 0x80 ? 1 : character < 0x800 ? 2 : character < 0x10000 ? 3 : 4;
+}
+
+std::string escaped(const std::string& bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        text += nuriccl::string::format_string("\\x%02x", static_cast<unsigned char>(byte));
+    }
+    return text;
 }
 
 } // namespace
 
-std::string encode_name(const std::string& name) {
-    std::string word;
-    word.reserve(name.size());
-    for (const char c : name) {
-        if (is_control(c) || c == ' ' || c == '%') {
-            append_escaped(word, c);
-        } else {
-            word += c;
-        }
-    }
-    return word;
-}
+std::string encode_name(const std::string& name) { return word_encoder().encode(name); }
 
 bool decode_name(std::string& name, std::string_view word) {
-    name.clear();
-    for (std::size_t i = 0; i < word.size(); ++i) {
-        if (word[i] != '%') {
-            name += word[i];
-            continue;
-        }
-        const std::string_view digits = word.substr(i + 1, 2);
-        unsigned char byte = 0;
-        const char* const end = digits.data() + digits.size();
-        if (digits.size() != 2 || std::from_chars(digits.data(), end, byte, 16).ptr != end) {
-            return false;
-        }
-        name += static_cast<char>(byte);
-        i += 2;
-    }
-    return true;
+    const std::string encoded(word);
+    name = word_encoder().decode(encoded); // which takes any word
+    return encode_name(name) == encoded;
 }
 
 std::string readable(const std::string& name) {
     std::string shown;
-    char before = 0;
-    for (const char c : name) {
-        // C2 80 to C2 9F are the control characters U+0080 to U+009F in UTF-8.
-        const bool c1 = before == '\xC2' && to_byte(c) >= 0x80 && to_byte(c) <= 0x9F;
-        if (is_control(c) || c1) {
-            append_escaped(shown, c);
-        } else {
-            shown += c;
+    std::wstring characters;
+    for (std::size_t at = 0; at < name.size();) {
+        // The characters in front of the first byte that is none; nothing in front of a NUL.
+        Encoding::toWideChar(name.data() + at, static_cast<unsigned int>(name.size() - at),
+                             characters, Encoding::CP_UTF8);
+        for (const wchar_t character : characters) {
+            const std::string bytes = name.substr(at, utf8_length(character));
+            shown += character == L'\\' ? "\\\\" : is_harmful(character) ? escaped(bytes) : bytes;
+            at += bytes.size();
         }
-        before = c;
+        if (at < name.size()) {
+            shown += escaped(name.substr(at++, 1));
+        }
     }
     return shown;
 }

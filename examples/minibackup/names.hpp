@@ -3,22 +3,32 @@
 /// @file
 /// File names as words of a manifest and as text for people.
 ///
-/// A file name on disk is any bytes but NUL and '/', in no particular encoding.
+/// A file name on disk is any bytes but NUL and '/'. Most are UTF-8; those that came from a system with
+/// another code page, or were cut in the middle of a character, are not. Nothing is ever converted: a name
+/// is kept as its bytes, and only what people see of it depends on what the bytes mean.
 
 #include <string>
 #include <string_view>
 
 namespace minibackup {
 
-/// The name as a word without blanks and control bytes: these and '%' become %XX with two upper-case
-/// hexadecimal digits, every other byte stands for itself.
+/// The name as a word without blanks and control bytes: the bytes 0x00 to 0x20, 0x7f and '%' become %xx
+/// with two lower-case hexadecimal digits, every other byte stands for itself, also from 0x80 on.
 std::string encode_name(const std::string& name);
 
 /// Undoes `encode_name`.
-/// @return false when an escape is malformed; `name` is undefined then
+/// @return false when the word is not what `encode_name` makes of any name; `name` is undefined then
 bool decode_name(std::string& name, std::string_view word);
 
-/// The name with control bytes as %XX, so that it takes one line and cannot steer a terminal.
+/// The name for a message or a table: on one line, harmless to a UTF-8 terminal, and different for
+/// different names. Shown as \xhh, byte by byte, are
+///  - bytes that are no UTF-8;
+///  - control characters, U+0000 to U+001F and U+007F to U+009F;
+///  - the line and paragraph separators, U+2028 and U+2029;
+///  - characters that turn the direction of what follows, so that "cod.exe" looks like "exe.doc": U+061C,
+///    U+200E, U+200F, U+202A to U+202E and U+2066 to U+206F.
+/// A backslash is doubled. All other characters are shown as they are, invisible ones such as U+200D
+/// included, which some scripts cannot do without. The shell's $'...' takes the text back to the name.
 std::string readable(const std::string& name);
 
 } // namespace minibackup

@@ -81,8 +81,7 @@ void Progress::warn(const std::string& message) {
     std::fprintf(stderr, "minibackup: %s\n", message.c_str());
 }
 
-void Progress::summary(std::initializer_list<std::pair<const char*, std::string>> rows,
-                       std::uint64_t bytes) {
+void Progress::summary(const Rows& rows, std::uint64_t bytes) {
     erase();
     if (quiet_) {
         return;

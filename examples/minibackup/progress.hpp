@@ -8,14 +8,16 @@
 
 #include <chrono>
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace minibackup {
 
 class Progress {
 public:
+    using Rows = std::vector<std::pair<const char*, std::string>>; ///< headings and texts
+
     /// @param quiet  no bar and no summary; messages are shown all the same
     explicit Progress(bool quiet);
 
@@ -49,9 +51,8 @@ public:
     /// Names something that is no fault.
     void warn(const std::string& message);
 
-    /// Prints the rows, each a heading and a text, and the time with the rate of `bytes`.
-    void summary(std::initializer_list<std::pair<const char*, std::string>> rows,
-                 std::uint64_t bytes);
+    /// Prints the rows, and the time with the rate of `bytes`.
+    void summary(const Rows& rows, std::uint64_t bytes);
 
     /// The exit status of the command: whether there were faults.
     int status() const noexcept;

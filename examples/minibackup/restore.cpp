@@ -172,7 +172,7 @@ int restore(const std::string& store_path, const std::string& destination, const
     progress.expect(manifest.totals().bytes);
     Restorer restorer(store, manifest, at, progress);
     restorer.restore();
-    progress.summary({{"run", run},
+    progress.summary({{"run", readable(run)},
                       {"files", to_str(restorer.totals().files)},
                       {"written", byte_text(restorer.totals().bytes)}},
                      restorer.totals().bytes);

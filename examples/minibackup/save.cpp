@@ -6,8 +6,9 @@
 #include "manifest.hpp"
 #include "names.hpp"
 #include "progress.hpp"
-#include "tree.hpp"
+#include "source.hpp"
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <nuriccl/util.hpp>
@@ -20,8 +21,33 @@ namespace {
 using nuriccl::to_str;
 using Kind = Record::Kind;
 
+// Takes all but what is excluded, which is counted.
+class Selector : public TreeVisitor {
+public:
+    explicit Selector(const Exclusions& exclusions) : exclusions_(exclusions) {}
+
+    bool takes(const TreeCursor& at, const std::string& name, const struct stat& status) override {
+        if (!exclusions_.match(at.path_below_start(name), status.st_mode)) {
+            return true;
+        }
+        ++(S_ISDIR(status.st_mode) ? directories_ : others_);
+        return false;
+    }
+
+    std::string excluded() const {
+        return to_str(directories_) + " directories, " + to_str(others_) + " others";
+    }
+
+private:
+    const Exclusions& exclusions_;
+    std::uint64_t directories_ = 0; // what is in them is not counted
+    std::uint64_t others_ = 0;
+};
+
 // Adds up what a save is going to read; faults are left to the save.
-struct SizeCounter : TreeVisitor {
+struct SizeCounter : Selector {
+    using Selector::Selector;
+
     std::uint64_t total = 0;
 
     void entry(const TreeCursor&, const std::string&, const struct stat& status) override {
@@ -29,10 +55,11 @@ struct SizeCounter : TreeVisitor {
     }
 };
 
-class Saver : public TreeVisitor {
+class Saver : public Selector {
 public:
-    Saver(StoreWriter& store, const std::string& source, Progress& progress)
-        : store_(store), manifest_(store, source), progress_(progress) {}
+    Saver(StoreWriter& store, const std::string& source, const Exclusions& exclusions,
+          Progress& progress)
+        : Selector(exclusions), store_(store), manifest_(store, source), progress_(progress) {}
 
     void enter(const TreeCursor& at, const std::string& name) override;
     void leave() override { manifest_.write({}); }
@@ -141,32 +168,37 @@ bool Saver::save_content(std::uint64_t& size) {
 
 } // namespace
 
-int save(const std::string& source, const std::string& store_path, const Options& options) {
+int save(const std::string& source_text, const std::string& store_path, const Options& options) {
     Progress progress(options.quiet);
-    TreeCursor at(source);
+    const Source source = parse_source(source_text);
+    TreeCursor at(source.root);
+    const std::vector<Identity> leading = directories_on(source.way, at);
     StoreWriter store(store_path);
     const Identity left_out = store.identity();
-    if (identity_of(at.status()) == left_out) {
-        throw Error(source, "is the store itself");
+    if (std::find(leading.begin(), leading.end(), left_out) != leading.end()) {
+        throw Error(source_text, "is the store itself, or lies in it");
     }
     if (progress.shows_bar()) {
-        SizeCounter counter;
-        walk(at, ".", left_out, counter);
+        SizeCounter counter(options.exclusions);
+        walk(at, ".", source.way, left_out, counter);
         progress.expect(counter.total);
     }
-    Saver saver(store, source, progress);
-    walk(at, ".", left_out, saver);
+    Saver saver(store, source_text, options.exclusions, progress);
+    walk(at, ".", source.way, left_out, saver);
     const std::string run = saver.finish();
     const Totals& totals = saver.totals();
     const double ratio =
         static_cast<double>(totals.bytes) / static_cast<double>(store.bytes_stored());
-    progress.summary({{"run", run},
-                      {"files", to_str(totals.files)},
-                      {"read", byte_text(totals.bytes)},
-                      {"stored", byte_text(store.bytes_stored()) + " in " +
-                                     to_str(store.blocks_stored()) + " new blocks"},
-                      {"ratio", store.bytes_stored() == 0 ? "-" : to_str(ratio)}},
-                     totals.bytes);
+    Progress::Rows rows = {{"run", run},
+                           {"files", to_str(totals.files)},
+                           {"read", byte_text(totals.bytes)},
+                           {"stored", byte_text(store.bytes_stored()) + " in " +
+                                          to_str(store.blocks_stored()) + " new blocks"},
+                           {"ratio", store.bytes_stored() == 0 ? "-" : to_str(ratio)}};
+    if (!options.exclusions.empty()) {
+        rows.insert(rows.begin() + 2, {"excluded", saver.excluded()});
+    }
+    progress.summary(rows, totals.bytes);
     return progress.status();
 }
 

@@ -23,6 +23,15 @@ public:
     const std::string& path() const noexcept { return path_; }
     std::string path_of(const std::string& name) const;
 
+    /// Path of something in the directory, from the start on.
+    std::string path_below_start(const std::string& name) const;
+
+    /// How many levels below the start it is.
+    std::size_t depth() const noexcept { return levels_.size() - 1; }
+
+    /// The status of something in the directory, which may be a link.
+    struct stat status_of_entry(const std::string& name) const;
+
     /// Moves down; `name` must be a directory itself, not a link to one. Stays where it is on failure.
     void enter(const std::string& name);
 
@@ -40,10 +49,18 @@ private:
 
     std::vector<Level> levels_;
     std::string path_;
+    std::size_t below_start_ = 0; // where in `path_` the path from the start on begins
 };
 
-/// What `walk` reports to.
+/// Names that lead from a directory to something below it, one level each.
+using Way = std::vector<std::string>;
+
+/// What `walk` asks and reports to.
 struct TreeVisitor {
+    /// Whether to visit what was found in the directory, and with a directory all that is in it.
+    virtual bool takes(const TreeCursor& at, const std::string& name,
+                       const struct stat& status) = 0;
+
     /// The walk has come into a directory; it is left when everything in it was visited.
     virtual void enter(const TreeCursor& /*at*/, const std::string& /*name*/) {}
     virtual void leave() {}
@@ -59,11 +76,15 @@ protected:
     ~TreeVisitor() = default;
 };
 
-/// Visits the tree at the cursor: the directory under the name given, what is in it, then its
-/// sub-directories one by one. The directory `left_out` is passed over.
+/// Visits the tree at the cursor, which is at its start: the directory under the name given, what is in
+/// it, then its sub-directories one by one. The directory `left_out` is passed over.
+///
+/// Down to the end of `way`, only what is next on it is visited of each directory, without asking the
+/// visitor. A way that cannot be followed to its end, as when a link stands on it, is a fault.
 ///
 /// Memory: the names of the sub-directories, for the current path only.
 /// @throws what the visitor throws
-void walk(TreeCursor& at, const std::string& name, const Identity& left_out, TreeVisitor& visitor);
+void walk(TreeCursor& at, const std::string& name, const Way& way, const Identity& left_out,
+          TreeVisitor& visitor);
 
 } // namespace minibackup

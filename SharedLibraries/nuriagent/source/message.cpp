@@ -1,5 +1,7 @@
 #include <nuriagent/message.hpp>
 
+#include <utility>
+
 namespace I18NMessage {
 
 Parameter::Parameter(const char* text) : text_(text != nullptr ? text : "") {}
@@ -13,7 +15,7 @@ using I18NMessage::Parameter;
 struct Message {
     int set;
     int number;
-    const char* text; // '%' is the next parameter
+    const char* text; // '%' is the next parameter, if there is one
 };
 
 const Message CATALOGUE[] = {
@@ -37,10 +39,10 @@ std::string with_parameters(const char* text, const std::vector<Parameter>& para
     std::string filled;
     auto next = parameters.begin();
     for (; *text != 0; ++text) {
-        if (*text == '%' && next != parameters.end()) {
-            filled += next++->text();
-        } else {
+        if (*text != '%') {
             filled += *text;
+        } else if (next != parameters.end()) {
+            filled += next++->text();
         }
     }
     for (; next != parameters.end(); ++next) {
@@ -56,15 +58,38 @@ std::string message_text(int set, int number, const std::vector<Parameter>& para
 
 } // namespace
 
+struct VI18NError::Contents {
+    Contents(int set, int number, I18NMessage::MessageSeverity how_severe,
+             std::vector<Parameter> texts)
+        : message_set(set), message_number(number), severity(how_severe),
+          parameters(std::move(texts)), text(message_text(set, number, parameters)) {}
+
+    int message_set;
+    int message_number;
+    I18NMessage::MessageSeverity severity;
+    std::vector<Parameter> parameters;
+    std::string text;
+};
+
 VI18NError::VI18NError(int message_set, int message_number, I18NMessage::MessageSeverity severity)
-    : message_set_(message_set), message_number_(message_number), severity_(severity),
-      text_(message_text(message_set, message_number, parameters_)) {}
+    : contents_(std::make_shared<Contents>(message_set, message_number, severity,
+                                           std::vector<Parameter>())) {}
 
 VI18NError::VI18NError(int message_set, int message_number, I18NMessage::MessageSeverity severity,
                        const Parameter& parameter)
-    : message_set_(message_set), message_number_(message_number), severity_(severity),
-      parameters_(1, parameter), text_(message_text(message_set, message_number, parameters_)) {}
+    : contents_(std::make_shared<Contents>(message_set, message_number, severity,
+                                           std::vector<Parameter>(1, parameter))) {}
 
 VI18NError::~VI18NError() = default;
 
-const char* VI18NError::what() const noexcept { return text_.c_str(); }
+int VI18NError::message_set() const noexcept { return contents_->message_set; }
+
+int VI18NError::message_number() const noexcept { return contents_->message_number; }
+
+I18NMessage::MessageSeverity VI18NError::severity() const noexcept { return contents_->severity; }
+
+const std::vector<Parameter>& VI18NError::parameters() const noexcept {
+    return contents_->parameters;
+}
+
+const char* VI18NError::what() const noexcept { return contents_->text.c_str(); }

@@ -34,15 +34,21 @@ std::string_view text_or_empty(const char* text) {
 
 Set with(Set set, char c) { return set.set(to_byte(c)); }
 
-std::size_t encoded_length(std::string_view text, const Set& set) {
+// Up to three times the length of the text: more than a pointer of 32 bits can span.
+std::uint64_t encoded_length(std::string_view text, const Set& set) {
     const auto escaped =
         std::count_if(text.begin(), text.end(), [&set](char c) { return set[to_byte(c)]; });
-    return text.size() + (ESCAPED - 1) * static_cast<std::size_t>(escaped);
+    return text.size() + (ESCAPED - 1) * static_cast<std::uint64_t>(escaped);
 }
 
 // The length with its NUL, as far as an int holds it.
-int size_for(std::size_t length) {
-    return static_cast<int>(std::min<std::uint64_t>(std::uint64_t{length} + 1, INT_MAX));
+int size_for(std::uint64_t length) {
+    return static_cast<int>(std::min<std::uint64_t>(length + 1, INT_MAX));
+}
+
+// The length as a size of memory; a std::string is refused the larger ones.
+std::size_t to_size(std::uint64_t length) {
+    return static_cast<std::size_t>(std::min<std::uint64_t>(length, SIZE_MAX));
 }
 
 // Writes the encoded text so that it ends at `end`. Going backwards it may overwrite the text itself,
@@ -91,8 +97,17 @@ char* decode_from(char* escape, const char* end, char esc) {
     return to;
 }
 
-const CharacterEncoder& unprintable_encoder() {
-    static const CharacterEncoder encoder(CharacterEncoder::UNPRINTABLE_CHARS_TO_ENCODE);
+// Made byte by byte: a string of the set would allocate, in functions that must not fail.
+CharacterEncoder make_unprintable_encoder() noexcept {
+    CharacterEncoder encoder{std::string()};
+    for (const char c : std::string_view(CharacterEncoder::UNPRINTABLE_CHARS_TO_ENCODE)) {
+        encoder.protect(c);
+    }
+    return encoder;
+}
+
+const CharacterEncoder& unprintable_encoder() noexcept {
+    static const CharacterEncoder encoder = make_unprintable_encoder();
     return encoder;
 }
 
@@ -125,7 +140,7 @@ int CharacterEncoder::encoded_size(const std::string& text, char esc) const noex
 }
 
 std::string CharacterEncoder::encode(const std::string& text) const {
-    const std::size_t length = encoded_length(text, set_);
+    const std::size_t length = to_size(encoded_length(text, set_));
     std::string encoded;
     encoded.reserve(std::max(length, std::min(2 * text.size(), encoded.max_size())));
     encoded.resize(length);
@@ -136,12 +151,13 @@ std::string CharacterEncoder::encode(const std::string& text) const {
 int CharacterEncoder::encode(const char* src, char* dst, int len, char esc) const noexcept {
     const std::string_view text = text_or_empty(src);
     const Set set = with(set_, esc);
-    const std::size_t length = encoded_length(text, set);
+    const std::uint64_t needed = encoded_length(text, set);
     const bool in_place = dst == src;
-    const bool fits = len > 0 && length < static_cast<unsigned int>(len);
+    const bool fits = len > 0 && needed < static_cast<unsigned int>(len);
     if (in_place ? !fits : dst == nullptr || len == 0) {
-        return -size_for(length);
+        return -size_for(needed);
     }
+    const std::size_t length = to_size(needed);
     if (length == text.size()) { // nothing to escape
         if (!in_place) {
             text.copy(dst, length);
@@ -159,7 +175,7 @@ int CharacterEncoder::encode(const char* src, char* dst, int len, char esc) cons
 bool CharacterEncoder::encode(std::string& text, char esc) const {
     const Set set = with(set_, esc);
     const std::size_t before = text.size();
-    const std::size_t length = encoded_length(text, set);
+    const std::size_t length = to_size(encoded_length(text, set));
     if (length == before) {
         return false;
     }
@@ -168,6 +184,7 @@ bool CharacterEncoder::encode(std::string& text, char esc) const {
     return true;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): a member for its callers
 std::string CharacterEncoder::decode(const std::string& text) const {
     std::string decoded;
     decoded.reserve(text.size());

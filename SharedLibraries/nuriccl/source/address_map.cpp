@@ -43,7 +43,8 @@ void AddressMap::Save(std::ostream& out) const {
         if (out.bad()) {
             throw stream_error(WRITING_FAILED);
         }
-        out << line_of(entry) << std::endl;
+        const std::string line = line_of(entry);
+        out.write(line.data(), static_cast<std::streamsize>(line.size())) << std::endl;
     }
 }
 

@@ -177,7 +177,7 @@ bool is_quote(char c) { return c == '"' || c == '\''; }
 
 // Whether the text is an element of the list, which changes under it then.
 bool holds(const std::vector<std::string>& list, const std::string& text) {
-    const std::less<const std::string*> before;
+    const std::less<> before;
     return !before(&text, list.data()) && before(&text, list.data() + list.size());
 }
 
@@ -278,27 +278,17 @@ bool tokenizeQuoted(const std::string& text, std::vector<std::string>& tokens, c
     }
     std::size_t start = 0; // of the token
     bool quoted = false;
-    const auto skip_blanks = [&text](std::size_t position) {
-        return std::min(text.find_first_not_of(BLANK, position), text.size());
-    };
-    for (std::size_t i = 0; i < text.size();) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
         const bool at_quote = text[i] == QUOTE_MARK;
-        const bool at_separator = !at_quote && (text[i] == separator || text[i] == BLANK);
+        const bool at_separator = text[i] == separator || text[i] == BLANK;
         if (!at_quote && (quoted || !at_separator)) {
-            ++i;
             continue;
         }
         if (quoted || i > start) {
             add_field(tokens, text, start, i);
         }
         start = i + 1;
-        if (at_separator || quoted) {
-            start = skip_blanks(start);
-        }
-        if (at_quote) {
-            quoted = !quoted;
-        }
-        i = start;
+        quoted = quoted != at_quote;
     }
     if (!quoted && start < text.size()) {
         add_field(tokens, text, start, text.size());

@@ -12,6 +12,12 @@
 //   CaseInsensitiveCompare                     CaseInsensitiveCompare.*
 //   NormalizeNameCaseInsensitive (two forms)   Normalize.*
 //   strlcat, strlcpy                           Strlcat.*, Strlcpy.*
+//   unixshellstring_get_word                   ShellWord.*
+//   unixshellstring_get_keyed_values           KeyedValues.*
+//   tokenize                                   Tokenize.*, Fields.*
+//   tokenizeQuoted                             TokenizeQuoted.*, Fields.*
+//   tokenizeQuotedString                       TokenizeQuotedString.*, Fields.*
+//   split                                      Split.*, Fields.*
 //   sprintfSafe (two forms)                    SprintfSafe.*
 //   format_string                              FormatString.*
 //   xml_escape, xml_unescape (narrow, wide)    XmlEscape.*, XmlUnescape.*, Xml.*
@@ -21,7 +27,9 @@
 //   the example of the header                  StringUsage.*
 
 #include "support/allocation.hpp"
+#include "support/guarded.hpp"
 #include "support/locale.hpp"
+#include "support/small_stack.hpp"
 #include "support/texts.hpp"
 
 #include <nuriccl/string.hpp>
@@ -37,8 +45,10 @@
 #include <locale>
 #include <map>
 #include <printf.h>
+#include <random>
 #include <set>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -876,6 +886,895 @@ TEST(Strlcpy, AgreesWithTheModel) {
     }
 }
 
+// Taking text apart
+
+namespace {
+
+using Fields = std::vector<std::string>;
+using Pairs = std::map<std::string, std::string>;
+
+constexpr std::size_t MANY = 1000000;
+
+std::string shown(const std::string& text) { return testing::PrintToString(text); }
+
+std::string repeated(const std::string& text, std::size_t count) {
+    std::string all;
+    all.reserve(text.size() * count);
+    for (; count != 0; --count) {
+        all += text;
+    }
+    return all;
+}
+
+// Every byte between two letters, and every pair of bytes.
+std::vector<std::string> texts_of_every_byte() {
+    std::vector<std::string> texts;
+    for (const char a : texts::all_bytes()) {
+        texts.push_back(std::string{'x', a, 'y'});
+        for (const char b : texts::all_bytes()) {
+            texts.push_back(std::string{a, b});
+        }
+    }
+    return texts;
+}
+
+// Some fit inside of a string object, some do not. A test that fails shows its text.
+std::vector<std::string> random_texts() {
+    std::mt19937 engine(static_cast<unsigned int>(GTEST_FLAG_GET(random_seed)));
+    const std::string alphabet = std::string(" \t,\"'\\=aaabbc\x80\xff") + '\0';
+    std::vector<std::string> texts(1000);
+    for (std::string& text : texts) {
+        text.resize(engine() % 100);
+        for (char& c : text) {
+            c = alphabet[engine() % alphabet.size()];
+        }
+    }
+    return texts;
+}
+
+// Whether there was a word, the word, and where the cursor stands afterwards.
+using ShellWord = std::tuple<bool, std::string, std::size_t>;
+
+ShellWord read_word(const std::string& text, std::size_t position = 0) {
+    const char* cursor = text.c_str() + position;
+    std::string word = "what stood there before";
+    const bool found = ns::unixshellstring_get_word(&cursor, word);
+    return {found, word, cursor - text.c_str()};
+}
+
+bool is_white(char c) { return contains(" \t\n\v\f\r", c); }
+
+// What each kind of character does in each state; of a text without NULs.
+ShellWord model_word(const std::string& text, std::size_t position) {
+    while (position < text.size() && is_white(text[position])) {
+        ++position;
+    }
+    std::string word;
+    bool escaped = false;
+    char quote = 0;
+    for (; position < text.size(); ++position) {
+        const char c = text[position];
+        if (is_white(c)) {
+            if (!escaped && quote == 0) {
+                break;
+            }
+            word += c;
+            escaped = false;
+        } else if (c == '\\') {
+            if (escaped) {
+                word += c;
+            }
+            escaped = !escaped;
+        } else if (c == '"' || c == '\'') {
+            if (escaped || (quote != 0 && quote != c)) {
+                word += c;
+                escaped = false;
+            } else {
+                quote = quote == 0 ? c : '\0';
+            }
+        } else if (c == '=') {
+            if (!escaped && quote == 0) {
+                if (word.empty()) {
+                    word = "=";
+                    ++position;
+                }
+                break;
+            }
+            word += c;
+            escaped = false;
+        } else {
+            word += c;
+            escaped = false;
+        }
+    }
+    return {!word.empty(), word, position};
+}
+
+// Word by word to the end, and once more there. Empty words are passed over; each takes a character
+// at least.
+template <class Read>
+std::vector<ShellWord> words_by(Read read, const std::string& text) {
+    std::vector<ShellWord> words;
+    std::size_t position = 0;
+    for (bool at_end = false; !at_end && words.size() <= text.size();) {
+        at_end = position == text.size();
+        words.push_back(read(text, position));
+        position = std::get<std::size_t>(words.back());
+    }
+    return words;
+}
+
+std::string without_nuls(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
+    return text;
+}
+
+} // namespace
+
+TEST(ShellWord, ReadsWordByWord) {
+    const char* const text = "  foo bar";
+    const char* cursor = text;
+    std::string word;
+    EXPECT_TRUE(ns::unixshellstring_get_word(&cursor, word));
+    EXPECT_EQ(word, "foo");
+    EXPECT_EQ(cursor, text + 5);
+    EXPECT_TRUE(ns::unixshellstring_get_word(&cursor, word));
+    EXPECT_EQ(word, "bar");
+    EXPECT_EQ(cursor, text + 9);
+    EXPECT_FALSE(ns::unixshellstring_get_word(&cursor, word));
+    EXPECT_EQ(word, "");
+    EXPECT_EQ(cursor, text + 9);
+}
+
+TEST(ShellWord, KeepsWhatIsQuotedTogether) {
+    EXPECT_EQ(read_word("\"a b\"c"), ShellWord(true, "a bc", 6));
+    EXPECT_EQ(read_word("'a \t\n b' c"), ShellWord(true, "a \t\n b", 8));
+    EXPECT_EQ(read_word("a\"b\"'c'd e"), ShellWord(true, "abcd", 8));
+    EXPECT_EQ(read_word("'a=b'=c"), ShellWord(true, "a=b", 5));
+}
+
+TEST(ShellWord, KeepsTheOtherQuoteInsideQuotes) {
+    EXPECT_EQ(read_word("'say \"hi\"'"), ShellWord(true, "say \"hi\"", 10));
+    EXPECT_EQ(read_word("\"it's\""), ShellWord(true, "it's", 6));
+}
+
+TEST(ShellWord, TakesWhatABackslashStandsInFrontOf) {
+    EXPECT_EQ(read_word("a\\ b"), ShellWord(true, "a b", 4));
+    EXPECT_EQ(read_word("\\\\"), ShellWord(true, "\\", 2));
+    EXPECT_EQ(read_word("\\\"\\'"), ShellWord(true, "\"'", 4));
+    EXPECT_EQ(read_word("a\\=b"), ShellWord(true, "a=b", 4));
+    EXPECT_EQ(read_word("\\n\\t"), ShellWord(true, "nt", 4));
+    EXPECT_EQ(read_word(" \\ "), ShellWord(true, " ", 3));
+}
+
+TEST(ShellWord, KnowsTheBackslashInBothKindsOfQuotes) {
+    EXPECT_EQ(read_word("\"a\\\"b\""), ShellWord(true, "a\"b", 6));
+    EXPECT_EQ(read_word("'a\\'b'"), ShellWord(true, "a'b", 6));
+    EXPECT_EQ(read_word("'a\\b\\\\c'"), ShellWord(true, "ab\\c", 8));
+    EXPECT_EQ(read_word("\"\\=\\ \""), ShellWord(true, "= ", 6));
+}
+
+TEST(ShellWord, IsAnEqualsSignOfItsOwn) {
+    const std::string text = "key=val";
+    EXPECT_EQ(read_word(text, 0), ShellWord(true, "key", 3));
+    EXPECT_EQ(read_word(text, 3), ShellWord(true, "=", 4));
+    EXPECT_EQ(read_word(text, 4), ShellWord(true, "val", 7));
+    EXPECT_EQ(read_word("=="), ShellWord(true, "=", 1));
+    EXPECT_EQ(read_word(" =x"), ShellWord(true, "=", 2));
+    EXPECT_EQ(read_word("''=x"), ShellWord(true, "=", 3));
+}
+
+TEST(ShellWord, RunsToTheEndWhenAQuoteIsLeftOpen) {
+    EXPECT_EQ(read_word("'a b"), ShellWord(true, "a b", 4));
+    EXPECT_EQ(read_word("a\"b = '"), ShellWord(true, "ab = '", 7));
+    EXPECT_EQ(read_word("\""), ShellWord(false, "", 1));
+}
+
+TEST(ShellWord, DropsABackslashAtTheEnd) {
+    EXPECT_EQ(read_word("a\\"), ShellWord(true, "a", 2));
+    EXPECT_EQ(read_word("\\"), ShellWord(false, "", 1));
+    EXPECT_EQ(read_word("'a\\"), ShellWord(true, "a", 3));
+}
+
+TEST(ShellWord, IsFalseForAnEmptyPairOfQuotesAndMovesPastIt) {
+    EXPECT_EQ(read_word("'' b"), ShellWord(false, "", 2));
+    EXPECT_EQ(read_word(" \"\""), ShellWord(false, "", 3));
+    EXPECT_EQ(read_word("''\"\"''"), ShellWord(false, "", 6));
+    EXPECT_EQ(read_word("''a"), ShellWord(true, "a", 3));
+}
+
+TEST(ShellWord, IsFalseAtTheEnd) {
+    EXPECT_EQ(read_word(""), ShellWord(false, "", 0));
+    EXPECT_EQ(read_word("abc", 3), ShellWord(false, "", 3));
+    EXPECT_EQ(read_word(" \t\r\n\v\f"), ShellWord(false, "", 6));
+}
+
+TEST(ShellWord, TakesNullForTheEmptyText) {
+    std::string word = "what stood there before";
+    EXPECT_FALSE(ns::unixshellstring_get_word(nullptr, word));
+    EXPECT_EQ(word, "");
+
+    word = "what stood there before";
+    const char* cursor = nullptr;
+    EXPECT_FALSE(ns::unixshellstring_get_word(&cursor, word));
+    EXPECT_EQ(word, "");
+    EXPECT_EQ(cursor, nullptr);
+}
+
+TEST(ShellWord, AgreesWithTheModel) {
+    for (const std::string& text : texts::over<std::string>("a \t\\\"'=", 6)) {
+        ASSERT_EQ(words_by(read_word, text), words_by(model_word, text)) << shown(text);
+    }
+}
+
+TEST(ShellWord, AgreesWithTheModelOnLongTexts) {
+    for (const std::string& text : random_texts()) {
+        const std::string c_string = without_nuls(text);
+        ASSERT_EQ(words_by(read_word, c_string), words_by(model_word, c_string)) << shown(c_string);
+    }
+}
+
+TEST(ShellWord, KnowsEveryByte) {
+    const scoped::GlobalLocale without_white_space(strange_locale());
+    for (const char* const name : {"C", "C.UTF-8"}) {
+        const scoped::CLocale locale(name);
+        for (const std::string& text : texts_of_every_byte()) {
+            if (!contains(text, '\0')) {
+                ASSERT_EQ(words_by(read_word, text), words_by(model_word, text))
+                    << shown(text) << " in " << name;
+            }
+        }
+    }
+}
+
+TEST(ShellWord, ReadsNothingBehindTheEnd) {
+    for (const std::string& text : texts::over<std::string>("a \\'=", 4)) {
+        const guarded::Text<char> copy(text + '\0');
+        const char* cursor = copy.data();
+        std::string word;
+        for (std::size_t call = 0; call <= text.size(); ++call) {
+            ns::unixshellstring_get_word(&cursor, word);
+        }
+        ASSERT_EQ(cursor, copy.data() + text.size()) << shown(text);
+    }
+}
+
+TEST(ShellWord, TakesTextsOfAMillionCharactersAndWords) {
+    const std::string quoted = '"' + repeated("\\a ", MANY) + '"';
+    EXPECT_EQ(read_word(quoted), ShellWord(true, repeated("a ", MANY), 3 * MANY + 2));
+    EXPECT_EQ(read_word(std::string(MANY, '"')), ShellWord(false, "", MANY));
+    EXPECT_EQ(read_word(std::string(MANY, ' ')), ShellWord(false, "", MANY));
+
+    const std::string words = repeated("'ab' ", MANY);
+    const char* cursor = words.c_str();
+    std::size_t count = 0;
+    for (std::string word; ns::unixshellstring_get_word(&cursor, word); ++count) {
+        ASSERT_EQ(word, "ab");
+    }
+    EXPECT_EQ(count, MANY);
+}
+
+namespace {
+
+using Count = std::pair<int, Pairs>;
+
+Count keyed_values(const std::string& text, Pairs pairs = {}) {
+    const int count = ns::unixshellstring_get_keyed_values(text.c_str(), pairs);
+    return {count, pairs};
+}
+
+Count model_keyed_values(const std::string& text, Pairs pairs = {}) {
+    int count = 0;
+    std::string key;
+    std::string previous;
+    bool separated = false;
+    std::size_t position = 0;
+    for (std::size_t number = 1;; ++number) {
+        const auto [found, word, end] = model_word(text, position);
+        if (!found) {
+            return {count, pairs};
+        }
+        if (number > 1 && separated) {
+            pairs.insert({key, word});
+            ++count;
+            separated = false;
+        } else if (number > 1 && word == "=") {
+            key = previous;
+            separated = true;
+        }
+        previous = word;
+        position = end;
+    }
+}
+
+} // namespace
+
+TEST(KeyedValues, ReadsPairs) {
+    EXPECT_EQ(keyed_values("a=b c = d"), Count(2, {{"a", "b"}, {"c", "d"}}));
+    EXPECT_EQ(keyed_values("'a key'=\"a value\""), Count(1, {{"a key", "a value"}}));
+    EXPECT_EQ(keyed_values("\ta\n=\r b"), Count(1, {{"a", "b"}}));
+}
+
+TEST(KeyedValues, KeepsTheFirstValueOfAKeyAndCountsEach) {
+    EXPECT_EQ(keyed_values("x = 1 y=2 x=3"), Count(3, {{"x", "1"}, {"y", "2"}}));
+}
+
+TEST(KeyedValues, AddsToTheMap) {
+    const Pairs before{{"a", "old"}, {"b", "old"}};
+    EXPECT_EQ(keyed_values("a=new c=new", before),
+              Count(2, {{"a", "old"}, {"b", "old"}, {"c", "new"}}));
+    EXPECT_EQ(keyed_values("", before), Count(0, before));
+}
+
+TEST(KeyedValues, TakesAValueForTheNextKey) {
+    EXPECT_EQ(keyed_values("a = b = c"), Count(2, {{"a", "b"}, {"b", "c"}}));
+    EXPECT_EQ(keyed_values("a=a=a=b"), Count(3, {{"a", "a"}}));
+}
+
+TEST(KeyedValues, PassesOverWordsWithoutASeparator) {
+    EXPECT_EQ(keyed_values("a b c=d e f"), Count(1, {{"c", "d"}}));
+    EXPECT_EQ(keyed_values("a b c"), Count(0, {}));
+    EXPECT_EQ(keyed_values("a=b c"), Count(1, {{"a", "b"}}));
+}
+
+TEST(KeyedValues, DoesNotTakeTheFirstWordForASeparator) {
+    EXPECT_EQ(keyed_values("= a"), Count(0, {}));
+    EXPECT_EQ(keyed_values("= = a"), Count(1, {{"=", "a"}}));
+}
+
+TEST(KeyedValues, TakesASeparatorForAValue) {
+    EXPECT_EQ(keyed_values("a = = b"), Count(1, {{"a", "="}}));
+    EXPECT_EQ(keyed_values("a===b"), Count(2, {{"a", "="}, {"=", "b"}}));
+}
+
+TEST(KeyedValues, TakesAQuotedOrEscapedEqualsSignForASeparator) {
+    EXPECT_EQ(keyed_values("a '=' b"), Count(1, {{"a", "b"}}));
+    EXPECT_EQ(keyed_values("a \"=\" b"), Count(1, {{"a", "b"}}));
+    EXPECT_EQ(keyed_values("a \\= b"), Count(1, {{"a", "b"}}));
+    EXPECT_EQ(keyed_values("a '==' b"), Count(0, {}));
+    EXPECT_EQ(keyed_values("a ' =' b"), Count(0, {}));
+}
+
+TEST(KeyedValues, StopsAtTheFirstEmptyWord) {
+    EXPECT_EQ(keyed_values("a=b c='' d=e"), Count(1, {{"a", "b"}}));
+    EXPECT_EQ(keyed_values("'' a=b"), Count(0, {}));
+}
+
+TEST(KeyedValues, NeedsAValue) {
+    EXPECT_EQ(keyed_values("a="), Count(0, {}));
+    EXPECT_EQ(keyed_values("a = "), Count(0, {}));
+    EXPECT_EQ(keyed_values("a=b="), Count(1, {{"a", "b"}}));
+}
+
+TEST(KeyedValues, TakesNullForTheEmptyText) {
+    Pairs pairs{{"a", "b"}};
+    EXPECT_EQ(ns::unixshellstring_get_keyed_values(nullptr, pairs), 0);
+    EXPECT_EQ(pairs, (Pairs{{"a", "b"}}));
+}
+
+TEST(KeyedValues, TakesAKeyOrAValueOfTheMapAsText) {
+    Pairs pairs{{"a=1 b=2", "b=3 c=4"}};
+    EXPECT_EQ(ns::unixshellstring_get_keyed_values(pairs.begin()->first.c_str(), pairs), 2);
+    EXPECT_EQ(ns::unixshellstring_get_keyed_values(pairs.at("a=1 b=2").c_str(), pairs), 2);
+    EXPECT_EQ(pairs, (Pairs{{"a=1 b=2", "b=3 c=4"}, {"a", "1"}, {"b", "2"}, {"c", "4"}}));
+}
+
+TEST(KeyedValues, AgreesWithTheModel) {
+    const Pairs before{{"a", "old"}};
+    for (const std::string& text : texts::over<std::string>("ab='", 8)) {
+        ASSERT_EQ(keyed_values(text, before), model_keyed_values(text, before)) << shown(text);
+    }
+    for (const std::string& text : texts::over<std::string>("a \t\\\"'=", 5)) {
+        ASSERT_EQ(keyed_values(text), model_keyed_values(text)) << shown(text);
+    }
+    for (const std::string& text : random_texts()) {
+        const std::string c_string = without_nuls(text);
+        ASSERT_EQ(keyed_values(c_string), model_keyed_values(c_string)) << shown(c_string);
+    }
+}
+
+TEST(KeyedValues, TakesAMillionPairs) {
+    const std::string text = repeated("key = 'a value' ", MANY);
+    Pairs pairs;
+    int count = 0;
+    small_stack::run([&] { count = ns::unixshellstring_get_keyed_values(text.c_str(), pairs); });
+    EXPECT_EQ(count, static_cast<int>(MANY));
+    EXPECT_EQ(pairs, (Pairs{{"key", "a value"}}));
+}
+
+namespace {
+
+Fields tokenized(const std::string& text, const std::string& delimiters) {
+    Fields tokens{"what stood there before", ""};
+    ns::tokenize(text, tokens, delimiters);
+    return tokens;
+}
+
+Fields model_tokenize(const std::string& text, const std::string& delimiters) {
+    Fields tokens;
+    std::string token;
+    for (const char c : text) {
+        if (!contains(delimiters, c)) {
+            token += c;
+        } else if (!token.empty()) {
+            tokens.push_back(token);
+            token.clear();
+        }
+    }
+    if (!token.empty()) {
+        tokens.push_back(token);
+    }
+    return tokens;
+}
+
+} // namespace
+
+TEST(Tokenize, StoresTheRunsBetweenDelimiters) {
+    EXPECT_EQ(tokenized(" ,a,,b, ", " ,"), (Fields{"a", "b"}));
+    EXPECT_EQ(tokenized("a,b", ","), (Fields{"a", "b"}));
+    EXPECT_EQ(tokenized("ab cd", ","), (Fields{"ab cd"}));
+}
+
+TEST(Tokenize, StoresNothingWithoutATokenAndDropsWhatStoodThere) {
+    EXPECT_EQ(tokenized("", " ,"), Fields());
+    EXPECT_EQ(tokenized("", ""), Fields());
+    EXPECT_EQ(tokenized(",, ,", " ,"), Fields());
+}
+
+TEST(Tokenize, StoresTheWholeTextWithoutDelimiters) {
+    EXPECT_EQ(tokenized(" a,b ", ""), (Fields{" a,b "}));
+}
+
+TEST(Tokenize, KnowsNoQuotesAndNoEscapes) {
+    EXPECT_EQ(tokenized("\"a b\" c\\ d", " "), (Fields{"\"a", "b\"", "c\\", "d"}));
+}
+
+TEST(Tokenize, TakesNulLikeAnyCharacter) {
+    const std::string text("a\0b,\0", 5);
+    EXPECT_EQ(tokenized(text, ","), (Fields{std::string("a\0b", 3), std::string(1, '\0')}));
+    EXPECT_EQ(tokenized(text, std::string(1, '\0')), (Fields{"a", "b,"}));
+    EXPECT_EQ(tokenized(text, std::string("\0,", 2)), (Fields{"a", "b"}));
+}
+
+TEST(Tokenize, AgreesWithTheModel) {
+    const std::vector<std::string> sets = texts::over<std::string>(std::string(" ,b\0", 4), 2);
+    for (const std::string& text : texts::over<std::string>(std::string("a ,b\0", 5), 5)) {
+        for (const std::string& set : sets) {
+            ASSERT_EQ(tokenized(text, set), model_tokenize(text, set))
+                << shown(text) << '/' << shown(set);
+        }
+    }
+    for (const std::string& text : random_texts()) {
+        ASSERT_EQ(tokenized(text, " ,\xff"), model_tokenize(text, " ,\xff")) << shown(text);
+    }
+}
+
+TEST(Tokenize, KnowsEveryByteAsDelimiterAndAsText) {
+    for (const char delimiter : texts::all_bytes()) {
+        const std::string set(1, delimiter);
+        ASSERT_EQ(tokenized(texts::all_bytes(), set), model_tokenize(texts::all_bytes(), set));
+        std::string others = texts::all_bytes();
+        others.erase(to_byte(delimiter), 1);
+        ASSERT_EQ(tokenized(texts::all_bytes(), others), Fields{set});
+    }
+}
+
+TEST(Tokenize, TakesAMillionTokens) {
+    const std::string text = repeated(", a ", MANY);
+    Fields tokens;
+    small_stack::run([&] { ns::tokenize(text, tokens, ", "); });
+    EXPECT_EQ(tokens, Fields(MANY, "a"));
+    small_stack::run([&] { ns::tokenize(text, tokens, ", a"); });
+    EXPECT_EQ(tokens, Fields());
+}
+
+namespace {
+
+using Closed = std::pair<bool, Fields>;
+
+// The fields that a function adds to those that are there.
+template <class Add>
+Fields added_by(Add add) {
+    Fields fields{"kept", ""};
+    add(fields);
+    EXPECT_GE(fields.size(), 2U);
+    EXPECT_EQ(Fields(fields.begin(), fields.begin() + 2), (Fields{"kept", ""}));
+    return {fields.begin() + 2, fields.end()};
+}
+
+Closed quoted_tokens(const std::string& text, char separator) {
+    bool closed = false;
+    const Fields tokens =
+        added_by([&](Fields& fields) { closed = ns::tokenizeQuoted(text, fields, separator); });
+    return {closed, tokens};
+}
+
+// The quote comes before the separator, should both be the same.
+Closed model_quoted_tokens(const std::string& text, char separator) {
+    Fields tokens;
+    std::size_t start = 0;
+    bool quoted = false;
+    const auto add = [&](std::size_t end) { tokens.push_back(text.substr(start, end - start)); };
+    const auto move_behind = [&](std::size_t end) {
+        start = end + 1;
+        while (start < text.size() && text[start] == ' ') {
+            ++start;
+        }
+    };
+    for (std::size_t i = 0; i < text.size();) {
+        if (text[i] == '"' && !quoted) {
+            if (i > start) {
+                add(i);
+            }
+            quoted = true;
+            start = ++i;
+        } else if (text[i] == '"') {
+            add(i);
+            quoted = false;
+            move_behind(i);
+            i = start;
+        } else if ((text[i] == separator || text[i] == ' ') && !quoted) {
+            if (i > start) {
+                add(i);
+            }
+            move_behind(i);
+            i = start;
+        } else {
+            ++i;
+        }
+    }
+    if (!quoted && start < text.size()) {
+        add(text.size());
+    }
+    return {!quoted, tokens};
+}
+
+} // namespace
+
+TEST(TokenizeQuoted, KeepsQuotedTokensTogether) {
+    EXPECT_EQ(quoted_tokens("one \"two three\" four", ' '),
+              Closed(true, {"one", "two three", "four"}));
+    EXPECT_EQ(quoted_tokens("a,\"b, c\",d", ','), Closed(true, {"a", "b, c", "d"}));
+}
+
+TEST(TokenizeQuoted, SeparatesAtBlanksToo) {
+    EXPECT_EQ(quoted_tokens("a b,c , d", ','), Closed(true, {"a", "b", "c", "d"}));
+}
+
+TEST(TokenizeQuoted, TakesATabForAnOrdinaryCharacter) {
+    EXPECT_EQ(quoted_tokens("a\tb,\tc", ','), Closed(true, {"a\tb", "\tc"}));
+    EXPECT_EQ(quoted_tokens("\"a\"\t\"b\"", ','), Closed(true, {"a", "\t", "b"}));
+    EXPECT_EQ(quoted_tokens("a\t b", '\t'), Closed(true, {"a", "b"}));
+    EXPECT_EQ(quoted_tokens("\t\t", '\t'), Closed(true, {}));
+}
+
+TEST(TokenizeQuoted, DropsEmptyFields) {
+    EXPECT_EQ(quoted_tokens(",,a,,b,", ','), Closed(true, {"a", "b"}));
+    EXPECT_EQ(quoted_tokens("  ", ','), Closed(true, {}));
+    EXPECT_EQ(quoted_tokens("", ','), Closed(true, {}));
+}
+
+TEST(TokenizeQuoted, KeepsQuotedEmptyFields) {
+    EXPECT_EQ(quoted_tokens("\"\"", ','), Closed(true, {""}));
+    EXPECT_EQ(quoted_tokens("a,\"\",b", ','), Closed(true, {"a", "", "b"}));
+    EXPECT_EQ(quoted_tokens("\"\"\"\"", ','), Closed(true, {"", ""}));
+}
+
+TEST(TokenizeQuoted, SplitsAWordAtItsQuotes) {
+    EXPECT_EQ(quoted_tokens("ab\"cd\"", ','), Closed(true, {"ab", "cd"}));
+    EXPECT_EQ(quoted_tokens("\"ab\"cd\"ef\"", ','), Closed(true, {"ab", "cd", "ef"}));
+}
+
+TEST(TokenizeQuoted, IsFalseForAnOpenQuoteAndAddsWhatStandsInFront) {
+    EXPECT_EQ(quoted_tokens("a \"b", ' '), Closed(false, {"a"}));
+    EXPECT_EQ(quoted_tokens("a\"b c,d", ','), Closed(false, {"a"}));
+    EXPECT_EQ(quoted_tokens("\"", ','), Closed(false, {}));
+    EXPECT_EQ(quoted_tokens("\"a\" \"b\" \"", ','), Closed(false, {"a", "b"}));
+}
+
+TEST(TokenizeQuoted, TakesNulLikeAnyCharacter) {
+    const std::string text("a\0b,\"\0\"", 7);
+    EXPECT_EQ(quoted_tokens(text, ','),
+              Closed(true, {std::string("a\0b", 3), std::string(1, '\0')}));
+    EXPECT_EQ(quoted_tokens(text, '\0'), Closed(true, {"a", "b,", std::string(1, '\0')}));
+}
+
+TEST(TokenizeQuoted, AgreesWithTheModel) {
+    for (const char separator : {',', ' ', 'a', '"'}) {
+        for (const std::string& text : texts::over<std::string>("a ,\"", 7)) {
+            ASSERT_EQ(quoted_tokens(text, separator), model_quoted_tokens(text, separator))
+                << shown(text) << '/' << separator;
+        }
+        for (const std::string& text : random_texts()) {
+            ASSERT_EQ(quoted_tokens(text, separator), model_quoted_tokens(text, separator))
+                << shown(text) << '/' << separator;
+        }
+    }
+}
+
+TEST(TokenizeQuoted, KnowsEveryByteAsSeparatorAndAsText) {
+    for (const char separator : texts::all_bytes()) {
+        ASSERT_EQ(quoted_tokens(texts::all_bytes() + '"', separator),
+                  model_quoted_tokens(texts::all_bytes() + '"', separator));
+        const std::string text{'a', separator, 'b'};
+        ASSERT_EQ(quoted_tokens(text, separator), model_quoted_tokens(text, separator));
+    }
+    for (const std::string& text : texts_of_every_byte()) {
+        ASSERT_EQ(quoted_tokens(text, ','), model_quoted_tokens(text, ',')) << shown(text);
+    }
+}
+
+TEST(TokenizeQuoted, TakesAMillionTokens) {
+    const std::string text = repeated("\"a b\", ", MANY);
+    Fields tokens;
+    bool closed = false;
+    small_stack::run([&] { closed = ns::tokenizeQuoted(text, tokens, ','); });
+    EXPECT_TRUE(closed);
+    EXPECT_EQ(tokens, Fields(MANY, "a b"));
+
+    tokens.clear();
+    const std::string blanks(MANY, ' ');
+    const std::string separators(MANY, ',');
+    small_stack::run([&] {
+        closed =
+            ns::tokenizeQuoted(blanks, tokens, ',') && ns::tokenizeQuoted(separators, tokens, ',');
+    });
+    EXPECT_TRUE(closed);
+    EXPECT_EQ(tokens, Fields());
+}
+
+namespace {
+
+Fields list_fields(const std::string& text) {
+    Fields fields{"what stood there before", ""};
+    ns::tokenizeQuotedString(text, fields);
+    return fields;
+}
+
+Fields model_list_fields(const std::string& text) {
+    Fields fields;
+    std::size_t position = 0;
+    for (;;) {
+        while (position < text.size() && (text[position] == ' ' || text[position] == ',')) {
+            ++position;
+        }
+        if (position == text.size()) {
+            return fields;
+        }
+        std::string field;
+        for (; position < text.size() && text[position] != ','; ++position) {
+            field += text[position];
+        }
+        if (std::count(field.begin(), field.end(), '"') >= 2) {
+            field.erase(0, field.find('"') + 1);
+            field.erase(field.rfind('"'));
+        }
+        fields.push_back(field);
+    }
+}
+
+} // namespace
+
+TEST(TokenizeQuotedString, StoresTheFieldsBetweenCommas) {
+    EXPECT_EQ(list_fields("a,b c,d"), (Fields{"a", "b c", "d"}));
+}
+
+TEST(TokenizeQuotedString, DropsOnePairOfQuotesAndWhatStandsAround) {
+    EXPECT_EQ(list_fields("\"a\", x\"b\"y ,\"\""), (Fields{"a", "b", ""}));
+    EXPECT_EQ(list_fields("\"a\"b\"c\""), (Fields{"a\"b\"c"}));
+    EXPECT_EQ(list_fields("\"\"\""), (Fields{"\""}));
+    EXPECT_EQ(list_fields("\" a \""), (Fields{" a "}));
+}
+
+TEST(TokenizeQuotedString, KeepsASingleQuoteMark) {
+    EXPECT_EQ(list_fields("\"a,b\",\""), (Fields{"\"a", "b\"", "\""}));
+}
+
+TEST(TokenizeQuotedString, EndsAFieldAtAQuotedComma) {
+    EXPECT_EQ(list_fields(" \"x,y\", z"), (Fields{"\"x", "y\"", "z"}));
+}
+
+TEST(TokenizeQuotedString, DropsBlanksInFrontOfAFieldOnly) {
+    EXPECT_EQ(list_fields("  a  ,  b  "), (Fields{"a  ", "b  "}));
+    EXPECT_EQ(list_fields("\ta,\tb"), (Fields{"\ta", "\tb"}));
+}
+
+TEST(TokenizeQuotedString, HasNoEmptyFieldsButQuotedOnes) {
+    EXPECT_EQ(list_fields(""), Fields());
+    EXPECT_EQ(list_fields(" , ,, "), Fields());
+    EXPECT_EQ(list_fields(",a,,,b, ,"), (Fields{"a", "b"}));
+    EXPECT_EQ(list_fields("a,\"\",b"), (Fields{"a", "", "b"}));
+}
+
+TEST(TokenizeQuotedString, TakesNulLikeAnyCharacter) {
+    EXPECT_EQ(list_fields(std::string("\0,a\0\"b\0\"", 8)),
+              (Fields{std::string(1, '\0'), std::string("b\0", 2)}));
+}
+
+TEST(TokenizeQuotedString, AgreesWithTheModel) {
+    for (const std::string& text : texts::over<std::string>("a ,\"", 8)) {
+        ASSERT_EQ(list_fields(text), model_list_fields(text)) << shown(text);
+    }
+    for (const std::string& text : random_texts()) {
+        ASSERT_EQ(list_fields(text), model_list_fields(text)) << shown(text);
+    }
+}
+
+TEST(TokenizeQuotedString, KnowsEveryByte) {
+    for (const std::string& text : texts_of_every_byte()) {
+        ASSERT_EQ(list_fields(text), model_list_fields(text)) << shown(text);
+    }
+}
+
+TEST(TokenizeQuotedString, TakesAMillionFields) {
+    const std::string text = repeated(" \"a\" ,,", MANY);
+    Fields fields;
+    small_stack::run([&] { ns::tokenizeQuotedString(text, fields); });
+    EXPECT_EQ(fields, Fields(MANY, "a"));
+
+    const std::string quotes(MANY, '"');
+    small_stack::run([&] { ns::tokenizeQuotedString(quotes, fields); });
+    EXPECT_EQ(fields, Fields{std::string(MANY - 2, '"')});
+}
+
+namespace {
+
+Fields split_fields(const std::string& text, char separator) {
+    return added_by([&](Fields& fields) { ns::split(text, separator, fields); });
+}
+
+Fields model_split(const std::string& text, char separator) {
+    const std::size_t first = text.find(separator);
+    if (first == std::string::npos) {
+        return {text};
+    }
+    Fields fields{text.substr(0, first)};
+    const Fields rest = model_split(text.substr(first + 1), separator);
+    fields.insert(fields.end(), rest.begin(), rest.end());
+    return fields;
+}
+
+} // namespace
+
+TEST(Split, AddsEveryField) {
+    EXPECT_EQ(split_fields("a,b,c", ','), (Fields{"a", "b", "c"}));
+    EXPECT_EQ(split_fields("abc", ','), (Fields{"abc"}));
+    EXPECT_EQ(split_fields("a b", ' '), (Fields{"a", "b"}));
+}
+
+TEST(Split, AddsEmptyFieldsToo) {
+    EXPECT_EQ(split_fields("", ','), (Fields{""}));
+    EXPECT_EQ(split_fields(",", ','), (Fields{"", ""}));
+    EXPECT_EQ(split_fields("a,,b", ','), (Fields{"a", "", "b"}));
+    EXPECT_EQ(split_fields("a,b,", ','), (Fields{"a", "b", ""}));
+    EXPECT_EQ(split_fields(",a", ','), (Fields{"", "a"}));
+}
+
+TEST(Split, KnowsNoBlanksQuotesOrEscapes) {
+    EXPECT_EQ(split_fields(" \"a,b\" ,\\,", ','), (Fields{" \"a", "b\" ", "\\", ""}));
+}
+
+TEST(Split, TakesNulLikeAnyCharacter) {
+    EXPECT_EQ(split_fields(std::string("a\0,b", 4), ','), (Fields{std::string("a\0", 2), "b"}));
+    EXPECT_EQ(split_fields(std::string("a\0,b", 4), '\0'), (Fields{"a", ",b"}));
+    EXPECT_EQ(split_fields("a", '\0'), (Fields{"a"}));
+}
+
+TEST(Split, AgreesWithTheModel) {
+    for (const char separator : {',', 'a', '\0'}) {
+        for (const std::string& text : texts::over<std::string>(std::string("a ,\0", 4), 6)) {
+            ASSERT_EQ(split_fields(text, separator), model_split(text, separator)) << shown(text);
+        }
+        for (const std::string& text : random_texts()) {
+            ASSERT_EQ(split_fields(text, separator), model_split(text, separator)) << shown(text);
+        }
+    }
+}
+
+TEST(Split, KnowsEveryByteAsSeparatorAndAsText) {
+    for (const char separator : texts::all_bytes()) {
+        const std::string text = separator + texts::all_bytes() + separator;
+        ASSERT_EQ(split_fields(text, separator), model_split(text, separator));
+    }
+}
+
+TEST(Split, TakesAMillionFields) {
+    const std::string text(MANY, ',');
+    Fields fields;
+    small_stack::run([&] { ns::split(text, ',', fields); });
+    EXPECT_EQ(fields, Fields(MANY + 1));
+    EXPECT_EQ(split_fields(repeated("ab|", MANY), '|').size(), MANY + 1);
+}
+
+// What the functions that make lists have in common
+
+namespace {
+
+// Takes each element of lists of every size as the text; the lists have room to grow, or none.
+template <class Tokenize>
+void expect_elements_to_serve_as_text(Tokenize tokenize) {
+    for (const std::string& text : {std::string("a, \"b c\",,d"), repeated("a, \"b c\",d ", 50)}) {
+        for (std::size_t size = 1; size <= 5; ++size) {
+            for (std::size_t index = 0; index < size; ++index) {
+                for (const std::size_t room : {size, 10 * size, 1000 * size}) {
+                    Fields fields;
+                    fields.reserve(room);
+                    fields.resize(size, "another element, outside of the object");
+                    fields[index] = text;
+                    Fields expected = fields;
+                    tokenize(text, expected);
+                    tokenize(fields[index], fields);
+                    ASSERT_EQ(fields, expected) << index << " of " << size << ", room " << room;
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+
+TEST(Fields, ComeAlsoFromAnElementOfTheirList) {
+    expect_elements_to_serve_as_text(
+        [](const std::string& text, Fields& fields) { ns::tokenize(text, fields, " ,"); });
+    expect_elements_to_serve_as_text(
+        [](const std::string& text, Fields& fields) { ns::tokenizeQuoted(text, fields, ','); });
+    expect_elements_to_serve_as_text(
+        [](const std::string& text, Fields& fields) { ns::tokenizeQuotedString(text, fields); });
+    expect_elements_to_serve_as_text(
+        [](const std::string& text, Fields& fields) { ns::split(text, ',', fields); });
+}
+
+TEST(Fields, OfTokenizeTakeAnElementOfTheirListForDelimitersToo) {
+    const std::string text = repeated("a, b", 50);
+    const Fields expected = model_tokenize(text, " ,");
+    // The second one is kept outside of the string object, and gone with it.
+    for (const std::string& delimiters : {std::string(" ,"), " ," + std::string(100, '#')}) {
+        for (const std::size_t room : {2U, 1000U}) {
+            Fields fields;
+            fields.reserve(room);
+            fields = {"x", delimiters};
+            ns::tokenize(text, fields, fields[1]);
+            EXPECT_EQ(fields, expected);
+
+            fields = {text, delimiters};
+            ns::tokenize(fields[0], fields, fields[1]);
+            EXPECT_EQ(fields, expected);
+
+            fields = {delimiters, text};
+            ns::tokenize(fields[1], fields, fields[0]);
+            EXPECT_EQ(fields, expected);
+
+            fields = {text};
+            ns::tokenize(fields[0], fields, fields[0]);
+            EXPECT_EQ(fields, Fields());
+        }
+    }
+    EXPECT_EQ(tokenized(text, text), Fields());
+}
+
+TEST(Fields, LeaveTheTextAsItWas) {
+    const std::string text = "a, \"b c\" = 'd'";
+    const std::string before = text;
+    split_fields(text, ',');
+    tokenized(text, text);
+    quoted_tokens(text, ',');
+    list_fields(text);
+    keyed_values(text);
+    EXPECT_EQ(text, before);
+}
+
+TEST(Fields, AreMadeByFunctionsOfTheseTypes) {
+    using Text = const std::string&;
+    EXPECT_TRUE((std::is_same_v<decltype(&ns::unixshellstring_get_word),
+                                bool (*)(const char**, std::string&)>));
+    EXPECT_TRUE((std::is_same_v<decltype(&ns::unixshellstring_get_keyed_values),
+                                int (*)(const char*, Pairs&)>));
+    EXPECT_TRUE((std::is_same_v<decltype(&ns::tokenize), void (*)(Text, Fields&, Text)>));
+    EXPECT_TRUE((std::is_same_v<decltype(&ns::tokenizeQuoted), bool (*)(Text, Fields&, char)>));
+    EXPECT_TRUE((std::is_same_v<decltype(&ns::tokenizeQuotedString), void (*)(Text, Fields&)>));
+    EXPECT_TRUE((std::is_same_v<decltype(&ns::split), void (*)(Text, char, Fields&)>));
+}
+
 // Formatting
 
 namespace {
@@ -1633,6 +2532,94 @@ TEST(Allocations, AFailedOneLeavesTheFormattedTextEmpty) {
         EXPECT_EQ(out.size(), static_cast<std::size_t>(width));
     }
     EXPECT_GT(allocation::fail_each([] { ns::format_string("%5000d", 1); }, [] {}), 0U);
+}
+
+namespace {
+
+const std::string LONG_WORD(100, 'a'); // not kept inside of a string object
+
+// Runs `add` with every failing allocation; the list must hold its first fields then.
+template <class Add>
+void expect_the_first_fields(const Fields& before, const Fields& expected, Add add) {
+    Fields fields = before;
+    const auto check = [&] {
+        ASSERT_LE(fields.size(), expected.size());
+        EXPECT_TRUE(std::equal(fields.begin(), fields.end(), expected.begin()));
+        fields = before;
+    };
+    EXPECT_GT(allocation::fail_each([&] { add(fields); }, check), 0U);
+    EXPECT_EQ(fields, expected);
+}
+
+} // namespace
+
+TEST(Allocations, AFailedOneLeavesTheFieldsSoFar) {
+    const std::string text = LONG_WORD + ',' + LONG_WORD + ",b," + LONG_WORD;
+    const Fields fields{LONG_WORD, LONG_WORD, "b", LONG_WORD};
+    Fields kept_and_fields = fields;
+    kept_and_fields.insert(kept_and_fields.begin(), "kept");
+
+    expect_the_first_fields({}, fields, [&](Fields& out) { ns::tokenize(text, out, ","); });
+    expect_the_first_fields({}, fields, [&](Fields& out) { ns::tokenizeQuotedString(text, out); });
+    expect_the_first_fields({"kept"}, kept_and_fields,
+                            [&](Fields& out) { ns::tokenizeQuoted(text, out, ','); });
+    expect_the_first_fields({"kept"}, kept_and_fields,
+                            [&](Fields& out) { ns::split(text, ',', out); });
+}
+
+TEST(Allocations, AFailedOneLeavesTheListWhenItHoldsTheText) {
+    const Fields before{"kept", LONG_WORD + ',' + LONG_WORD};
+    Fields fields = before;
+    const auto unchanged_or_longer = [&] {
+        ASSERT_GE(fields.size(), before.size());
+        EXPECT_TRUE(std::equal(before.begin(), before.end(), fields.begin()));
+        fields = before;
+    };
+    const Fields expected{"kept", before[1], LONG_WORD, LONG_WORD};
+    EXPECT_GT(
+        allocation::fail_each([&] { ns::split(fields[1], ',', fields); }, unchanged_or_longer), 0U);
+    EXPECT_EQ(fields, expected);
+    fields = before;
+    EXPECT_GT(allocation::fail_each([&] { ns::tokenizeQuoted(fields[1], fields, ','); },
+                                    unchanged_or_longer),
+              0U);
+    EXPECT_EQ(fields, expected);
+}
+
+TEST(Allocations, AFailedOneLeavesTheCursorInFrontOfTheWord) {
+    const std::string text = ' ' + LONG_WORD + " b";
+    const char* cursor = text.c_str();
+    std::string word;
+    const auto check = [&] {
+        EXPECT_EQ(cursor, text.c_str());
+        EXPECT_EQ(word, LONG_WORD.substr(0, word.size()));
+        word = std::string();
+    };
+    EXPECT_GT(allocation::fail_each([&] { ns::unixshellstring_get_word(&cursor, word); }, check),
+              0U);
+    EXPECT_EQ(word, LONG_WORD);
+    EXPECT_EQ(cursor, text.c_str() + 101);
+}
+
+TEST(Allocations, AFailedOneLeavesThePairsSoFar) {
+    const std::string text = LONG_WORD + "=b c=" + LONG_WORD + " old=new d=e";
+    const Pairs before{{"old", "value"}};
+    const Pairs expected{{LONG_WORD, "b"}, {"c", LONG_WORD}, {"d", "e"}, {"old", "value"}};
+    Pairs pairs = before;
+    const auto check = [&] {
+        EXPECT_TRUE(std::includes(expected.begin(), expected.end(), pairs.begin(), pairs.end()));
+        EXPECT_EQ(pairs.count("old"), 1U);
+        EXPECT_LE(pairs.count("c"), pairs.count(LONG_WORD));
+        EXPECT_LE(pairs.count("d"), pairs.count("c"));
+        pairs = before;
+    };
+    int count = 0;
+    EXPECT_GT(
+        allocation::fail_each(
+            [&] { count = ns::unixshellstring_get_keyed_values(text.c_str(), pairs); }, check),
+        0U);
+    EXPECT_EQ(count, 4);
+    EXPECT_EQ(pairs, expected);
 }
 
 TEST(StringUsage, WorksAsTheHeaderShows) {

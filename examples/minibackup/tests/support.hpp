@@ -70,6 +70,24 @@ inline ::testing::AssertionResult ended(const Outcome& outcome, int status) {
            << outcome.out << outcome.err;
 }
 
+inline ::testing::AssertionResult contains(const std::string& text, const std::string& part) {
+    return (text.find(part) != std::string::npos ? ::testing::AssertionSuccess()
+                                                 : ::testing::AssertionFailure())
+           << "no '" << part << "' in\n"
+           << text;
+}
+
+/// The lines, of which each has its end.
+inline std::vector<std::string> lines_of(const std::string& text) {
+    EXPECT_TRUE(text.empty() || text.back() == '\n') << text;
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
 /// An entry of a tree, all that a restore must give back.
 struct Node {
     mode_t type_and_mode;

@@ -9,6 +9,9 @@ set_target_properties(minibackup_faults PROPERTIES
 target_link_libraries(minibackup_faults PRIVATE ${CMAKE_DL_LIBS})
 
 nuriccl_add_test(minibackup_test ${minibackup_tests}/minibackup_test.cpp nuriccl)
+target_sources(minibackup_test PRIVATE
+    ${minibackup_tests}/names_test.cpp
+    ${minibackup_tests}/selection_test.cpp)
 target_compile_definitions(minibackup_test PRIVATE
     MINIBACKUP_PROGRAM="$<TARGET_FILE:minibackup>"
     MINIBACKUP_FAULTS="$<TARGET_FILE:minibackup_faults>")

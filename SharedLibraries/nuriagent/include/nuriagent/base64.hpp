@@ -3,9 +3,10 @@
 /// @file
 /// The Base64 codec (RFC 4648, section 4: alphabet with '+' and '/', padded, no line breaks).
 ///
-/// Use it where the sizes are in the caller's hands; `nuriccl::Base64Wrapper` works on containers and
-/// knows the URL-safe alphabet, too. Decoding is strict: it accepts what encoding could have written
-/// and nothing else, but for the unused bits in front of the padding, which may be anything.
+/// Use it where the sizes are in the caller's hands; `nuriccl::Base64Wrapper` works on containers
+/// and knows the URL-safe alphabet, too. Decoding is strict: it accepts what encoding could have
+/// written and nothing else, but for the unused bits in front of the padding, which may be
+/// anything.
 ///
 /// Thread safety: every function is re-entrant; the one instance has no state.
 ///

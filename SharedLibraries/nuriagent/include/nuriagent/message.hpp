@@ -3,8 +3,8 @@
 /// @file
 /// The agent's messages to people: errors with a number in a catalogue, a severity and parameters.
 ///
-/// Use VI18NError for failures that an operator reads and acts on. What the caller alone can mend is
-/// an exception of the standard library.
+/// Use VI18NError for failures that an operator reads and acts on. What the caller alone can mend
+/// is an exception of the standard library.
 ///
 /// Thread safety: thread-compatible; the catalogue never changes.
 ///
@@ -20,6 +20,7 @@
 #include <nuriagent/export.hpp>
 
 #include <exception>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -55,24 +56,22 @@ public:
     VI18NError(int message_set, int message_number, I18NMessage::MessageSeverity severity,
                const I18NMessage::Parameter& parameter);
 
-    VI18NError(const VI18NError&) = default;
-    VI18NError& operator=(const VI18NError&) = default;
+    VI18NError(const VI18NError&) noexcept = default;
+    VI18NError& operator=(const VI18NError&) noexcept = default;
     ~VI18NError() override;
 
-    int message_set() const noexcept { return message_set_; }
-    int message_number() const noexcept { return message_number_; }
-    I18NMessage::MessageSeverity severity() const noexcept { return severity_; }
-    const std::vector<I18NMessage::Parameter>& parameters() const noexcept { return parameters_; }
+    int message_set() const noexcept;
+    int message_number() const noexcept;
+    I18NMessage::MessageSeverity severity() const noexcept;
+    const std::vector<I18NMessage::Parameter>& parameters() const noexcept;
 
-    /// The message of the catalogue with its parameters in place, such as "Cannot open the address map
-    /// '/etc/map' for writing (message 60-4145)." A message that is not in the catalogue shows its
-    /// numbers and its parameters.
+    /// The message of the catalogue with its parameters in place, such as "Cannot open the address
+    /// map '/etc/map' for writing (message 60-4145)." A message that is not in the catalogue shows
+    /// its numbers and its parameters.
     const char* what() const noexcept override;
 
 private:
-    int message_set_;
-    int message_number_;
-    I18NMessage::MessageSeverity severity_;
-    std::vector<I18NMessage::Parameter> parameters_;
-    std::string text_;
+    struct Contents;
+
+    std::shared_ptr<const Contents> contents_; // shared by copies, since copying must not fail
 };

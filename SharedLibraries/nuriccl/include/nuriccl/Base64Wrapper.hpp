@@ -4,8 +4,8 @@
 /// Base64 encoding and decoding of vectors and strings, in the standard and the URL-safe alphabet
 /// (RFC 4648, sections 4 and 5).
 ///
-/// Use it to put bytes where only text can stand. Encoding pads with '=' and breaks no lines, in both
-/// alphabets; decoding takes either alphabet, and is as strict as the agent's codec.
+/// Use it to put bytes where only text can stand. Encoding pads with '=' and breaks no lines, in
+/// both alphabets; decoding takes either alphabet, and is as strict as the agent's codec.
 ///
 /// Nothing is ever thrown: every failure, exhausted memory included, is the result false.
 ///
@@ -44,7 +44,7 @@ public:
     /// What the failures below have in common; never thrown by this class.
     class NURICCL_API exception : public std::exception {
     public:
-        explicit exception(const std::string& message);
+        explicit exception(std::string message);
         exception(const exception&) = default;
         exception& operator=(const exception&) = default;
         ~exception() override;

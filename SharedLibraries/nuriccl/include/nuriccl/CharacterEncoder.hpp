@@ -59,7 +59,7 @@ public:
     int encoded_size(const std::string& text, char esc) const noexcept;
 
     /// The text with every byte of the set escaped by '%'. The '%' itself is escaped only if it is
-    /// in the set.
+    /// in the set. The result keeps room for twice the text.
     /// @throws std::bad_alloc, std::length_error
     std::string encode(const std::string& text) const;
 
@@ -86,15 +86,16 @@ public:
     /// The text with its '%' sequences decoded, whatever the set.
     ///
     /// Digits are not validated: '0' to '9' have their value, upper-case letters (C library) their
-    /// code - 55, all others their code - 87, and the low 8 bits of 16 x first + second are taken. A
-    /// '%' at the very end is dropped; before a single last character its second digit is NUL.
+    /// code - 55, all others their code - 87, and the low 8 bits of 16 x first + second are taken.
+    /// A '%' at the very end is dropped; before a single last character its second digit is NUL.
     /// @throws std::bad_alloc
     std::string decode(const std::string& text) const;
 
     /// @name Decoding in place
     ///
-    /// Every `esc` takes the two bytes that follow it as digits, whatever they are: other characters
-    /// than hexadecimal digits of either case count as 0, and so does what lies behind the end.
+    /// Every `esc` takes the two bytes that follow it as digits, whatever they are: other
+    /// characters than hexadecimal digits of either case count as 0, and so does what lies behind
+    /// the end. In a C string a decoded NUL hides what follows it.
     /// @return whether there was any `esc`
     /// @{
     static bool decode(char* buf, char esc) noexcept; ///< a C string; null is the empty one
@@ -102,7 +103,8 @@ public:
     /// @}
 
     /// @name Text on one line
-    /// Encoding with an encoder for `UNPRINTABLE_CHARS_TO_ENCODE`, and back.
+    /// Encoding with an encoder for `UNPRINTABLE_CHARS_TO_ENCODE`, and back. The string forms throw
+    /// std::bad_alloc and std::length_error.
     /// @{
     /// See `encode(buf, buf, len, esc)`.
     static int encode_unprintable(char* buf, int len, char esc) noexcept;

@@ -3,8 +3,8 @@
 /// @file
 /// Small function objects for algorithms over texts: to text, to lower case, equal to a pattern.
 ///
-/// Use them with the standard algorithms. `nuriccl::to_str` offers more conversions, `string::icompare`
-/// compares two texts at once.
+/// Use them with the standard algorithms. `nuriccl::to_str` offers more conversions,
+/// `string::icompare` compares two texts at once.
 ///
 /// Thread safety: the call operators change nothing, so one object may serve several threads.
 ///
@@ -19,6 +19,7 @@
 
 #include <locale>
 #include <string>
+#include <utility>
 
 namespace nuriccl {
 
@@ -45,15 +46,16 @@ private:
     const std::ctype<char>* type_; // lives as long as the locale
 };
 
-/// Tells whether a text is equal to a pattern, exactly or regardless of case. There are no wildcards.
+/// Tells whether a text is equal to a pattern, exactly or regardless of case. There are no
+/// wildcards.
 class NURICCL_API StringMatcher {
 public:
     /// @param pattern      the text to be equal to; the empty one is equal to every text
     /// @param ignore_case  whether texts are lowered before they are compared, and the pattern now
     /// @param locale       what lowers
-    explicit StringMatcher(const std::string& pattern, bool ignore_case = false,
+    explicit StringMatcher(std::string pattern, bool ignore_case = false,
                            const std::locale& locale = std::locale())
-        : pattern_(pattern), ignore_case_(ignore_case), lower_(locale) {
+        : pattern_(std::move(pattern)), ignore_case_(ignore_case), lower_(locale) {
         if (ignore_case_) {
             for (char& character : pattern_) {
                 character = lower_(character);

@@ -3,9 +3,9 @@
 /// @file
 /// Product versions: four numbers read from a text, and compared down to a chosen one.
 ///
-/// Use it for the versions of an agent and of what it works with, which have one digit for the minor
-/// number and one for the patch, written together: 7.12.345 is major 7, minor 1, patch 2, build 345.
-/// It is not for versions of other schemes: 1.10.2 reads as 1, 1, 0, build 2.
+/// Use it for the versions of an agent and of what it works with, which have one digit for the
+/// minor number and one for the patch, written together: 7.12.345 is major 7, minor 1, patch 2,
+/// build 345. It is not for versions of other schemes: 1.10.2 reads as 1, 1, 0, build 2.
 ///
 /// Thread safety: thread-compatible.
 ///

@@ -40,15 +40,17 @@ namespace nuriccl {
 /// | number | thrown by | when | parameter |
 /// |---|---|---|---|
 /// | 4144 | `Load` of a file | it is there, but cannot be opened | its name |
-/// | 4145 | `Save` to a file | it cannot be opened | its name |
-/// | 8267 | both forms of `Load` | the stream turns bad | none |
+/// | 4145 | `Save` to a file | it cannot be opened, for reading and writing | its name |
+/// | 8267 | both forms of `Load` | the stream turns bad, as that of a directory does | none |
 /// | 8268 | both forms of `Save` | the stream turns bad | none |
+///
+/// A stream that is told to throw (`exceptions`) throws exceptions of its own.
 class NURICCL_API AddressMap
     : public std::map<std::string, std::vector<std::string>, string::CaseInsensitiveCompare> {
 public:
     /// Writes a line for each entry, in the map's order, and flushes each. An entry without
-    /// addresses is written as its name alone; what holds '|', ',' or a line feed does not read back
-    /// as it was.
+    /// addresses is written as its name alone; what holds '|', ',' or a line feed does not read
+    /// back as it was.
     ///
     /// The stream's bad bit is looked at in front of each line: what becomes of the last line, ask
     /// the stream.
@@ -64,10 +66,12 @@ public:
     /// whose name was read before, in whatever case. Nothing is trimmed: a carriage return in front
     /// of the line feed belongs to the last address.
     ///
-    /// @throws VI18NError 8267; the map holds the entries so far, as it does after std::bad_alloc
+    /// @throws VI18NError 8267, also when there is no memory for a line; the map holds the entries
+    ///         so far, as it does after std::bad_alloc
     void Load(std::istream& in);
 
-    /// Saves to a file, which is made or replaced.
+    /// Saves to a file, which is made or emptied first. To keep the old one until the new one is
+    /// whole, save under another name and rename that.
     /// @throws VI18NError 4145, and 8268 when the file could not be written to its end
     void Save(const std::string& file_name) const;
 

@@ -13,11 +13,14 @@
 ///     every other one      iconv, which knows code pages by name ("UTF-8", "WINDOWS-1252" ...)
 ///
 /// Conversions report success by `bool`. A character that cannot be converted ends the conversion,
-/// or is replaced or skipped when the caller asks for it; the result is false in any case, so that
-/// true always means: nothing was lost.
+/// or is replaced or skipped when the caller asks for it; the result is false in any case. What
+/// iconv converts without complaint counts as converted: the names of some code pages ask it for
+/// approximations ("US-ASCII//TRANSLIT"), and glibc drops tag characters (U+E0000 to U+E007F) that
+/// a code page does not have.
 ///
 /// Surprises that existing agents rely on: a text that starts with NUL converts to nothing, with
-/// success, whatever follows; and see `toWideChar` for the default code pages.
+/// success, whatever follows (so does UTF-16 text in big-endian order that starts with a Latin
+/// letter); and see `toWideChar` for the default code pages.
 ///
 /// Thread safety: every function is re-entrant and keeps no state, but reads the process's locale
 /// and must not race with a change of it. The variables are set before threads start that use them.
@@ -25,7 +28,8 @@
 /// @code{.cpp}
 /// namespace Encoding = nuriccl::Encoding;
 /// std::string bytes;
-/// assert(Encoding::toMultibyte(L"caf\u00e9", 4, bytes, Encoding::CP_WIN1252) && bytes == "caf\xe9");
+/// assert(Encoding::toMultibyte(L"caf\u00e9", 4, bytes, Encoding::CP_WIN1252));
+/// assert(bytes == "caf\xe9");
 /// assert(!Encoding::toMultibyte(L"caf\u00e9", 4, bytes, Encoding::CP_USASCII, "?"));
 /// assert(bytes == "caf?");
 /// std::wstring wide;
@@ -78,8 +82,8 @@ public:
     /// @throws std::bad_alloc with the object as it was, as in the other forms
     void init(CodePages_e codePage);
 
-    /// Sets the number. An object of `CP_DEFAULT` becomes `CP_CUSTOM` without a name; every other
-    /// one stays the code page it is.
+    /// Sets the number. An object of `CP_DEFAULT` becomes `CP_CUSTOM` without a name, which names
+    /// no code page: give it one with `init(name)`. Every other one stays the code page it is.
     void init(unsigned int number);
 
     /// Sets the name that iconv is asked for; null is the empty name. An object of `CP_DEFAULT`
@@ -99,10 +103,10 @@ public:
     bool operator==(const CodePage& other) const noexcept;
     bool operator!=(const CodePage& other) const noexcept { return !(*this == other); }
 
-    CodePages_e m_codePage;
-    unsigned int m_number; ///< an identifier such as 1252; 0 when none was given
-    std::string m_locale;  ///< name of the LC_ALL locale when the object was initialised
-    std::string m_name;    ///< what iconv is asked for
+    CodePages_e m_codePage = CP_DEFAULT;
+    unsigned int m_number = 0; ///< an identifier such as 1252; 0 when none was given
+    std::string m_locale;      ///< name of the LC_ALL locale when the object was initialised
+    std::string m_name;        ///< what iconv is asked for
 };
 
 /// The process's default code page, UTF-8.
@@ -127,7 +131,8 @@ extern NURICCL_API bool s_ignoreBadChars;      ///< used by nothing here; false
 /// @param out           receives the bytes
 /// @param cp            the code page to convert to
 /// @param defaultChars  stands, byte for byte, in place of each character that the code page does
-///                      not have; null ends the conversion there
+///                      not have; null ends the conversion there. In UTF-16 and UTF-32 give it
+///                      whole characters.
 /// @param bestFitChars  ignored
 /// @return whether every character was converted. After false `out` holds the whole text with its
 ///         replacements or, with null `defaultChars`, what was converted before the first bad
@@ -149,9 +154,9 @@ NURICCL_API bool toMultibyte(const wchar_t* src, unsigned int len, std::string& 
 /// @param cp              the code page to convert from
 /// @param ignoreBadChars  whether to skip bytes that are no character; otherwise one of them ends
 ///                        the conversion
-/// @return whether every byte was converted. After false `out` holds all characters that were
-///         found or, without `ignoreBadChars`, what was converted before the first bad byte; nothing
-///         when iconv does not know the code page.
+/// @return whether every byte was converted. After false `out` holds all characters that were found
+///         or, without `ignoreBadChars`, what was converted before the first bad byte; nothing when
+///         iconv does not know the code page.
 /// @throws std::bad_alloc
 NURICCL_API bool toWideChar(const char* src, unsigned int len, std::wstring& out,
                             const CodePage& cp, bool ignoreBadChars = false);
@@ -181,7 +186,7 @@ private:
 /// @name Case conversion in the environment's locale
 ///
 /// The narrow forms store the converted text in `out`, which may be `in`; the code page of both is
-/// `s_toCodePage`. The wide forms append to `out`.
+/// `s_toCodePage`. The wide forms append to `out`; when that is `in`, its text is there twice.
 ///
 /// @return false, with `out` untouched, when the environment names a locale that is not installed,
 ///         and when `in` is not valid in the code page; false when a character cannot be converted

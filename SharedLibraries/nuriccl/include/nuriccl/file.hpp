@@ -5,7 +5,8 @@
 ///
 /// Use these where a link must be seen as a link, as in a backup. They are answers of a moment:
 /// another process may change the file system right after. To open a file only if it is there, just
-/// open it.
+/// open it. A separator behind a link asks for what the link leads to ("link/"), as in every call
+/// of the system; a path ends at its first NUL.
 ///
 /// Thread safety: every function is re-entrant and keeps no state.
 ///

@@ -4,9 +4,9 @@
 /// File names: the markers of Windows and POSIX names, what kind of name a text is, composing and
 /// normalising names, and carrying them between wide and multibyte text.
 ///
-/// Use it for names that are stored, shown or compared, also when they come from another system. All
-/// functions but `isDirectory` look at the text alone: they do not ask the file system and follow no
-/// links. To join two components and open the result, a plain `dir + '/' + name` does.
+/// Use it for names that are stored, shown or compared, also when they come from another system.
+/// All functions but `isDirectory` look at the text alone: they do not ask the file system and
+/// follow no links. To join two components and open the result, a plain `dir + '/' + name` does.
 ///
 /// The constants know both families of names; the functions decide by the POSIX rules: '/'
 /// separates, a name is absolute when it starts with "/", and what only Windows has (long-path
@@ -17,13 +17,13 @@
 ///
 /// Rules that existing agents rely on and that surprise:
 ///
-/// | narrow | wide |
-/// |---|---|
-/// | `join` squeezes its result | `join` does not, nor what is built with it: `appendRecurseMarker` of L"dir" is L"dir//./" |
-/// | `isDirectory` asks the file system | `isDirectory` is always false |
+/// | | narrow | wide |
+/// |---|---|---|
+/// | `join`, and what is built with it | squeezes its result | does not: "dir//./" for "dir/./" |
+/// | `isDirectory` | asks the file system | is always false |
 ///
-/// `convertAltStreamName` takes the colon of "C:\dir" for that of a stream. `squeeze_filename` never
-/// removes the first component: "a/.." becomes "a".
+/// `convertAltStreamName` takes the colon of "C:\dir" for that of a stream. `squeeze_filename`
+/// never removes the first component: "a/.." becomes "a".
 ///
 /// Thread safety: every function is re-entrant and keeps no state. The constants are built when the
 /// library is loaded, before any function of a program runs. The conversions read the process's
@@ -38,8 +38,8 @@
 /// assert(FilenameHelper::wideToMultibyte(L"\u00fc", nuriccl::Encoding::CP_UTF8) == "\xc3\xbc");
 /// @endcode
 ///
-/// Functions that return a text throw std::bad_alloc. Every function takes time linear in the length
-/// of the name.
+/// Functions that return a text throw std::bad_alloc. Every function takes time linear in the
+/// length of the name.
 
 #include <nuriccl/encoding.hpp>
 #include <nuriccl/export.hpp>
@@ -113,7 +113,7 @@ public:
     /// @{
 
     /// Whether the path names a directory itself, not a link to one (POSIX `lstat`).
-    /// @return false after every failure of `lstat`; `errno` tells which
+    /// See `File::IsRegularDirectory`, which this is.
     static bool isDirectory(const std::string& path) noexcept;
     /// Always false; the file system is not asked.
     static bool isDirectory(const std::wstring& path) noexcept;
@@ -121,8 +121,8 @@ public:
     /// Whether the path holds a recurse marker.
     ///
     /// @param markerIsLast  null, or set, when there is a marker, to whether no separator stands
-    ///                      behind the first one: true for "dir/./name", false for "dir/./sub/name".
-    ///                      Without a marker the flag is left alone.
+    ///                      behind the first one: true for "dir/./name", false for
+    ///                      "dir/./sub/name". Without a marker the flag is left alone.
     static bool hasRecurseMarker(const std::string& path, bool* markerIsLast = nullptr,
                                  bool = false) noexcept;
     static bool hasRecurseMarker(const std::wstring& path) noexcept;
@@ -160,7 +160,9 @@ public:
     /// The name without the stream of "name:stream": cut at the first ':' that is not the first
     /// character.
     static std::string convertAltStreamName(std::string path);
-    /// The same, converted to the default code page; what cannot be converted ends the result.
+    /// The same up to the first NUL, converted as by `wideToMultibyte` to `CP_DEFAULT`, which is
+    /// the character set of the current LC_CTYPE locale; in the "C" locale that is ASCII. What
+    /// cannot be converted ends the result, unless `Encoding::s_defaultChars` stands in its place.
     static std::string convertAltStreamName(std::wstring path);
 
     /// The path without its wildcard characters.
@@ -224,7 +226,7 @@ public:
     /// Removes "." and empty components, and each ".." together with the component in front of it.
     /// The first component stays, and so does a ".." that has nothing in front of it to remove:
     /// "/.." becomes "/", "a/.." becomes "a", "../a" stays. The text alone decides: through a
-    /// symbolic link ".." may lead elsewhere.
+    /// symbolic link ".." may lead elsewhere. "." becomes the empty path, which names no file.
     ///
     /// @return whether the length of the path has changed
     /// @throws std::bad_alloc with the path as it was
@@ -233,8 +235,12 @@ public:
 
     /// @name Between wide and multibyte names
     ///
-    /// A name ends at its first NUL. See `Encoding` for the code pages and for what is converted;
-    /// `Encoding::s_defaultChars` stands in place of characters that the code page does not have.
+    /// A name ends at its first NUL. See `Encoding` for the code pages and for what is converted.
+    /// Name a code page: `CP_UTF8` for UTF-8. `multibyteToWide` from `CP_DEFAULT` repeats the first
+    /// character ("abc" gives L"aaa"), see `Encoding::toWideChar`.
+    ///
+    /// `Encoding::s_defaultChars`, when set, stands in place of characters that the code page does
+    /// not have. The conversion counts as failed all the same.
     /// @{
 
     /// @return whether the whole name was converted; after false `out` holds what

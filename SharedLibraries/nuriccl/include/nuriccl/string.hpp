@@ -133,14 +133,14 @@ NURICCL_API char* strlcpy(char* dst, const char* src, unsigned int size);
 ///
 /// Malformed text is read by these rules and is no error. All are linear in the length of the text
 /// and may be given an element of their output as the text. When memory runs out the output holds
-/// the fields so far.
+/// the fields so far, and a cursor has not moved.
 /// @{
 
 /// Reads the next word of a C string as a shell does.
 ///
-/// White space (C library) ends a word, quotes of either kind keep it together, and a backslash takes
-/// what follows for an ordinary character, also inside quotes. An unquoted '=' ends a word and is a
-/// word of its own. What is open at the end is closed there; a backslash there is dropped.
+/// White space (C library) ends a word, quotes of either kind keep it together, and a backslash
+/// takes what follows for an ordinary character, also inside quotes. An unquoted '=' ends a word
+/// and is a word of its own. What is open at the end is closed there; a backslash there is dropped.
 ///
 /// @param cursor  in: where to read; out: where reading stopped. Null, and the address of a null
 ///                pointer, are the empty text. The text must not lie in `word`.
@@ -163,16 +163,16 @@ NURICCL_API int unixshellstring_get_keyed_values(const char* text,
 NURICCL_API void tokenize(const std::string& text, std::vector<std::string>& tokens,
                           const std::string& delimiters);
 
-/// Adds the tokens between separators, blanks and double quotes. Inside quotes the separator and the
-/// blank are ordinary; a quote inside a word splits it. Blanks are skipped, tabs are not.
+/// Adds the tokens between separators, blanks and double quotes. Inside quotes the separator and
+/// the blank are ordinary; a quote inside a word splits it. Blanks are skipped, tabs are not.
 ///
 /// @return false when a quote is left open; what stands behind it is not added
 NURICCL_API bool tokenizeQuoted(const std::string& text, std::vector<std::string>& tokens,
                                 char separator);
 
-/// Stores the fields between commas, without the blanks in front of them. Of a field with two double
-/// quotes or more, what stands between the first and the last one is kept. A comma inside quotes
-/// separates, too.
+/// Stores the fields between commas, without the blanks in front of them. Of a field with two
+/// double quotes or more, what stands between the first and the last one is kept. A comma inside
+/// quotes separates, too.
 NURICCL_API void tokenizeQuotedString(const std::string& text, std::vector<std::string>& fields);
 
 /// Adds the fields between separators, one more than there are separators. An empty text has one
