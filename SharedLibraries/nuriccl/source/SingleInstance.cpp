@@ -78,7 +78,9 @@ int SingleInstance::checkForSingleInstance(const char* path) noexcept {
             if (errno != EEXIST) {
                 return errno;
             }
-            sleep(1); // its maker may not have set it free yet
+            // Its maker may not have set it free yet.
+            // NOLINTNEXTLINE(concurrency-mt-unsafe): Linux needs no SIGALRM for it
+            sleep(1);
             set_ = semget(key, 1, 0);
             if (set_ == NONE) {
                 return errno;
@@ -98,7 +100,7 @@ int SingleInstance::checkForSingleInstance(const char* path) noexcept {
     }
 }
 
-bool SingleInstance::isSingleInstanceAvailable(const char* path) noexcept {
+bool SingleInstance::isSingleInstanceAvailable(const char* path) const noexcept {
     if (set_ == NONE) {
         return true;
     }

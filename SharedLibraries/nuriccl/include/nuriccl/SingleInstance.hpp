@@ -71,7 +71,7 @@ public:
     /// Whether the lock that this object holds is still taken; true when it holds none. It tells
     /// nothing about other processes.
     /// @return false, too, when the path cannot be examined any more
-    bool isSingleInstanceAvailable(const char* path) noexcept;
+    bool isSingleInstanceAvailable(const char* path) const noexcept;
 
     /// Releases the lock, if any is held, and removes its semaphore set.
     /// @return 0
