@@ -17,27 +17,41 @@ function(nuriccl_configure_target target)
     endif()
 endfunction()
 
-# nuriccl_add_library(<target> FAMILIES <name>... HEADER_FAMILIES <name>...)
+# What code needs in order to lie in a shared library of this tree.
+function(nuriccl_configure_library_code target)
+    set_target_properties(${target} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        POSITION_INDEPENDENT_CODE ON)
+    # Calls inside the library go straight to its own functions.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        # The stack of a 32-bit caller may be aligned to 4 bytes only; vector registers that are put
+        # there need more.
+        target_compile_options(${target} PRIVATE -mstackrealign)
+    endif()
+endfunction()
+
+# nuriccl_add_library(<target> FAMILIES <name>... HEADER_FAMILIES <name>... KERNELS <name>...)
 #
 # A shared library of this tree, and the one list of its families: each is a header, a source (but for
 # a header family) and a test file of the same name. The library gets its soname, hidden visibility,
 # and an export list that keeps what the standard library's templates would leak out of the dynamic
-# symbol table.
+# symbol table. The kernels that its families use become part of it.
 function(nuriccl_add_library target)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FAMILIES;HEADER_FAMILIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FAMILIES;HEADER_FAMILIES;KERNELS")
     list(TRANSFORM arg_FAMILIES REPLACE ".+" "source/\\0.cpp" OUTPUT_VARIABLE sources)
+    foreach(kernel ${arg_KERNELS})
+        list(APPEND sources $<TARGET_OBJECTS:nuriccl_kernel_${kernel}>)
+    endforeach()
     add_library(${target} SHARED ${sources})
     add_library(nuriccl::${target} ALIAS ${target})
     nuriccl_configure_target(${target})
+    nuriccl_configure_library_code(${target})
     set_target_properties(${target} PROPERTIES
         NURICCL_FAMILIES "${arg_FAMILIES}"
         NURICCL_HEADER_FAMILIES "${arg_HEADER_FAMILIES}"
         SOVERSION ${NURICCL_SOVERSION}
-        CXX_VISIBILITY_PRESET hidden
-        POSITION_INDEPENDENT_CODE ON
         INSTALL_RPATH "$ORIGIN")
-    # Calls inside the library go straight to its own functions.
-    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     set(map ${CMAKE_CURRENT_SOURCE_DIR}/${target}.map)
     target_link_options(${target} PRIVATE LINKER:--version-script=${map})
     set_target_properties(${target} PROPERTIES LINK_DEPENDS ${map})
@@ -47,4 +61,5 @@ function(nuriccl_add_library target)
     target_include_directories(${target} PUBLIC
         $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
         $<INSTALL_INTERFACE:include>)
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/SharedLibraries)
 endfunction()

@@ -26,15 +26,21 @@ listed() {
 
 written() {
     local file library stem
-    for file in SharedLibraries/*/include/*/*.hpp SharedLibraries/*/source/*.cpp; do
+    for file in SharedLibraries/*/include/*/*.hpp SharedLibraries/*/source/*.cpp \
+        SharedLibraries/kernels/*.?pp; do
         library=${file#SharedLibraries/}
         library=${library%%/*}
         stem=$(basename "${file%.?pp}")
+        if [[ $library == kernels ]]; then # stands for its variants and its helpers, too
+            stem=${stem%%_*}
+        fi
         echo "$library/$stem $library/$stem"
-        # A quoted include is printed as well, and is nowhere in the list.
-        sed -nE -e 's/^[ \t]*#[ \t]*include[ \t]*<((nuriccl|nuriagent)\/.*)\.hpp>.*/\1/p' \
-            -e 's/^[ \t]*#[ \t]*include[ \t]*(".*").*/\1/p' "$file" |
+        sed -nE 's/^[ \t]*#[ \t]*include[ \t]*<((nuriccl|nuriagent|kernels)\/.*)\.hpp>.*/\1/p' "$file" |
             sed -e "/^$library\/export\$/d" -e "s|^|$library/$stem |"
+        # A quoted include, which is for kernels only, is nowhere in the list.
+        if [[ $library != kernels ]]; then
+            sed -nE "s|^[ \t]*#[ \t]*include[ \t]*(\".*\").*|$library/$stem \1|p" "$file"
+        fi
     done | sort -u
 }
 
