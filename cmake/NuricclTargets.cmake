@@ -25,9 +25,9 @@ function(nuriccl_configure_library_code target)
     # Calls inside the library go straight to its own functions.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-        # The stack of a 32-bit caller may be aligned to 4 bytes only; vector registers that are put
-        # there need more.
-        target_compile_options(${target} PRIVATE -mstackrealign)
+        # SSE2 is the floor in both pointer sizes. The stack of a 32-bit caller may be aligned to 4
+        # bytes only; vector registers that are put there need more.
+        target_compile_options(${target} PRIVATE -msse2 -mstackrealign)
     endif()
 endfunction()
 

@@ -33,6 +33,9 @@ unsigned int detect() {
         has_sha()) {
         found |= SHA;
     }
+    if (__builtin_cpu_supports("avx512vbmi") != 0 && __builtin_cpu_supports("avx512bw") != 0) {
+        found |= VBMI;
+    }
     return found & ~static_cast<unsigned int>(NURICCL_CPU_WITHOUT);
 }
 

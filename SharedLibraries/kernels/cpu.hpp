@@ -16,10 +16,11 @@ namespace kernels {
 
 /// Sets of instructions, each with what its variants need besides.
 enum Instructions : unsigned int {
-    SSE2 = 0,      ///< always there
-    SSSE3 = 1,     ///< byte shuffles
-    AVX2 = 2,      ///< 32-byte registers, with BMI1 and BMI2
-    SHA = 4,       ///< steps of SHA-1, with SSSE3 and SSE4.1
+    SSE2 = 0,  ///< always there
+    SSSE3 = 1, ///< byte shuffles
+    AVX2 = 2,  ///< 32-byte registers, with BMI1 and BMI2
+    SHA = 4,   ///< steps of SHA-1, with SSSE3 and SSE4.1
+    VBMI = 8,  ///< AVX-512 with permutations of bytes (VBMI), and AVX512BW
 };
 
 /// The sets, or-ed, that the CPU and the system offer, without those that the macro

@@ -1,14 +1,11 @@
 #pragma once
 
 /// @file
-/// SHA-1 with scalar rounds over a message schedule that vector instructions make beforehand.
-///
-/// Every source that includes this is compiled for a set of instructions of its own, so all of it
-/// has internal linkage.
+/// The rounds of SHA-1, with internal linkage, as every source that includes them is compiled for
+/// instructions of its own.
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 
 namespace kernels {
 
@@ -47,135 +44,6 @@ struct Sha1Rounds {
         c = rotate_left(b, 30);
         b = a;
         a = next;
-    }
-};
-
-// `Vector` holds four words of each of `Vector::BLOCKS` blocks. The schedule of the next blocks is
-// made between the rounds of the current ones: the rounds wait for each other, the schedule fills the
-// gaps.
-template <class Vector>
-class Sha1Scheduled {
-    static constexpr std::size_t BLOCKS = Vector::BLOCKS;
-
-    // The words of each group with their constants: of the first block, of the second.
-    struct alignas(Vector) Schedule {
-        std::uint32_t words[SHA1_GROUPS][BLOCKS][4];
-    };
-
-    // Makes one group of a schedule; the ring holds the latest eight.
-    template <std::size_t GROUP>
-    [[gnu::always_inline]] static void extend(Vector (&ring)[8], const unsigned char* first,
-                                              const unsigned char* second, Schedule& schedule) {
-        Vector& word = ring[GROUP % 8];
-        if constexpr (GROUP < 4) {
-            word = Vector::load(first + GROUP * 16, second + GROUP * 16);
-        } else {
-            const Vector& before_1 = ring[(GROUP - 1) % 8];
-            const Vector& before_2 = ring[(GROUP - 2) % 8];
-            const Vector& before_4 = ring[(GROUP - 4) % 8];
-            if constexpr (GROUP < 8) {
-                // The word of three rounds ago is not there yet for the last of the four: it follows
-                // from the first of them.
-                const Vector& before_3 = ring[(GROUP - 3) % 8];
-                const Vector known = before_4 ^ Vector::two_of_each(before_4, before_3) ^ before_2 ^
-                                     before_1.without_first();
-                word = known.template rotated<1>() ^ known.first_as_last().template rotated<2>();
-            } else {
-                // The same recurrence twice, FIPS 180-4 rewritten for words at least four apart.
-                word = (word ^ ring[(GROUP - 7) % 8] ^ before_4 ^
-                        Vector::two_of_each(before_2, before_1))
-                           .template rotated<2>();
-            }
-        }
-        word.store_sum(SHA1_CONSTANTS[GROUP / 5], schedule.words[GROUP][0]);
-    }
-
-    template <std::size_t... GROUPS>
-    static void make(std::index_sequence<GROUPS...>, const unsigned char* first,
-                     const unsigned char* second, Schedule& schedule) {
-        Vector ring[8];
-        (extend<GROUPS>(ring, first, second, schedule), ...);
-    }
-
-    template <std::size_t GROUP>
-    [[gnu::always_inline]] static void do_rounds(Sha1Rounds& rounds,
-                                                 const std::uint32_t (&words)[4]) {
-        rounds.round<GROUP / 5>(words[0]);
-        rounds.round<GROUP / 5>(words[1]);
-        rounds.round<GROUP / 5>(words[2]);
-        rounds.round<GROUP / 5>(words[3]);
-    }
-
-    static void add(std::uint32_t* state, const Sha1Rounds& rounds) {
-        state[0] += rounds.a;
-        state[1] += rounds.b;
-        state[2] += rounds.c;
-        state[3] += rounds.d;
-        state[4] += rounds.e;
-    }
-
-    template <std::size_t... GROUPS>
-    [[gnu::always_inline]] static void hash(std::index_sequence<GROUPS...>, std::uint32_t* state,
-                                            const Schedule& schedule, std::size_t block) {
-        Sha1Rounds rounds{state[0], state[1], state[2], state[3], state[4]};
-        (do_rounds<GROUPS>(rounds, schedule.words[GROUPS][block]), ...);
-        add(state, rounds);
-    }
-
-    // Rounds of one group, and of every BLOCKS-th one the schedule of the blocks to come.
-    template <std::size_t BLOCK, std::size_t GROUP>
-    [[gnu::always_inline]] static void
-    do_rounds_and_extend(Sha1Rounds& rounds, const Schedule& schedule, Vector (&ring)[8],
-                         const unsigned char* first, const unsigned char* second, Schedule& next) {
-        constexpr std::size_t STEP = BLOCK * SHA1_GROUPS + GROUP;
-        if constexpr (STEP % BLOCKS == 0) {
-            extend<STEP / BLOCKS>(ring, first, second, next);
-        }
-        do_rounds<GROUP>(rounds, schedule.words[GROUP][BLOCK]);
-    }
-
-    template <std::size_t BLOCK, std::size_t... GROUPS>
-    [[gnu::always_inline]] static void
-    hash_and_extend(std::index_sequence<GROUPS...>, std::uint32_t* state, const Schedule& schedule,
-                    Vector (&ring)[8], const unsigned char* first, const unsigned char* second,
-                    Schedule& next) {
-        Sha1Rounds rounds{state[0], state[1], state[2], state[3], state[4]};
-        (do_rounds_and_extend<BLOCK, GROUPS>(rounds, schedule, ring, first, second, next), ...);
-        add(state, rounds);
-    }
-
-    template <std::size_t... BLOCK>
-    static void hash_all_and_make(std::index_sequence<BLOCK...>, std::uint32_t* state,
-                                  const Schedule& schedule, const unsigned char* first,
-                                  const unsigned char* second, Schedule& next) {
-        Vector ring[8];
-        (hash_and_extend<BLOCK>(std::make_index_sequence<SHA1_GROUPS>(), state, schedule, ring,
-                                first, second, next),
-         ...);
-    }
-
-public:
-    static void run(std::uint32_t* state, const unsigned char* blocks, std::size_t count) {
-        if (count == 0) {
-            return;
-        }
-        constexpr auto GROUPS = std::make_index_sequence<SHA1_GROUPS>();
-        // The second of the blocks at a place, or the first again when there is no second one.
-        const auto second = [](const unsigned char* place, std::size_t left) {
-            return left < BLOCKS ? place : place + (BLOCKS - 1) * SHA1_BLOCK;
-        };
-        Schedule schedules[2];
-        std::size_t current = 0;
-        make(GROUPS, blocks, second(blocks, count), schedules[current]);
-        for (; count > BLOCKS; count -= BLOCKS) {
-            blocks += BLOCKS * SHA1_BLOCK;
-            hash_all_and_make(std::make_index_sequence<BLOCKS>(), state, schedules[current], blocks,
-                              second(blocks, count - BLOCKS), schedules[current ^ 1]);
-            current ^= 1;
-        }
-        for (std::size_t block = 0; block < count; ++block) {
-            hash(GROUPS, state, schedules[current], block);
-        }
     }
 };
 

@@ -32,8 +32,8 @@ template <std::size_t GROUP>
         word = _mm_sha1msg2_epu32(_mm_xor_si128(_mm_sha1msg1_epu32(word, before_3), before_2),
                                   before_1);
     }
-    const __m128i sum = GROUP == 0 ? _mm_add_epi32(state.e, word)
-                                   : _mm_sha1nexte_epu32(state.e, word);
+    const __m128i sum =
+        GROUP == 0 ? _mm_add_epi32(state.e, word) : _mm_sha1nexte_epu32(state.e, word);
     state.e = state.abcd;
     state.abcd = _mm_sha1rnds4_epu32(state.abcd, sum, GROUP / 5);
 }

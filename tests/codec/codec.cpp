@@ -314,16 +314,6 @@ TYPED_TEST(CodecDecode, FailsWhenTheCodecThrows) {
     }
 }
 
-// The text goes into the output when the codec has returned.
-TEST_F(StringEncode, LeavesTheOutputWhenTheCodecThrows) {
-    for (const unsigned long long size : {4, 200}) {
-        for (const Answer& thrown : all_throws()) {
-            EXPECT_FALSE(encode("abc", {size_of(size), thrown}));
-            EXPECT_EQ(output, BEFORE);
-        }
-    }
-}
-
 // Sizes that cannot be
 
 TYPED_TEST(CodecEncode, FailsOnASizeThatNothingCanHave) {

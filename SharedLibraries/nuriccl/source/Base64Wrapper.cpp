@@ -1,5 +1,7 @@
-#include <nuriagent/base64.hpp>
 #include <nuriccl/Base64Wrapper.hpp>
+
+#include <kernels/exchange.hpp>
+#include <nuriagent/base64.hpp>
 
 #include <algorithm>
 #include <cstddef>
@@ -13,21 +15,27 @@ namespace {
 constexpr int DONE = 0;
 constexpr int SIZE_REPORTED = 1;
 
+constexpr kernels::Exchange TO_URL_SAFE = {{'+', '/'}, {'-', '_'}};
+constexpr kernels::Exchange TO_STANDARD = {{'-', '_'}, {'+', '/'}};
+
 // Has the codec work in two steps: it tells the size, then it writes.
 //
-// @param apart  whether it writes apart from what is in `output`, which takes the outcome then
-// @param codec  a call of the codec: (place, size, results) -> number of characters
+// @param shared  whether the codec reads what is in `output`, which must be left alone until it is done
+// @param codec   a call of the codec: (place, size, results) -> number of characters
 // @return false when a step fails; `output` is untouched after the first one
 template <class Container, class Codec>
-bool fill(Container& output, bool apart, Codec codec) {
+bool fill(Container& output, bool shared, Codec codec) {
     base64::Results results{};
     const unsigned long long needed = codec(nullptr, 0, &results);
     if (results.status != SIZE_REPORTED || needed > output.max_size()) {
         return false;
     }
-    Container fresh;
+    const auto size = static_cast<std::size_t>(needed);
+    Container fresh; // without room in `output`, which must not be lost when there is no memory
+    const bool apart = shared || output.capacity() < size;
     Container& place = apart ? fresh : output;
-    place.resize(static_cast<std::size_t>(needed));
+    place.clear();
+    place.resize(size);
     char nothing; // a null place would ask for the size again
     char* const start = place.empty() ? &nothing : place.data();
     const unsigned long long written = codec(start, needed, &results);
@@ -39,32 +47,28 @@ bool fill(Container& output, bool apart, Codec codec) {
 }
 
 template <class Container>
-bool encode_bytes(const Container& input, Container& output, bool apart,
+bool encode_bytes(const Container& input, Container& output,
                   Base64Wrapper::EncodingVariant variant) {
     base64::Base64& codec = base64::Base64::GetInstance();
     const auto encode = [&](char* place, unsigned long long size, base64::Results* results) {
         return codec.Encode(input.data(), input.size(), place, size, results);
     };
-    if (!fill(output, apart, encode)) {
+    if (!fill(output, &input == &output, encode)) {
         return false;
     }
     if (variant == Base64Wrapper::url_safe) {
-        std::replace(output.begin(), output.end(), '+', '-');
-        std::replace(output.begin(), output.end(), '/', '_');
+        kernels::do_exchange(output.data(), output.size(), TO_URL_SAFE);
     }
     return true;
 }
 
-bool is_url_safe_digit(char c) { return c == '-' || c == '_'; }
-
 template <class Container>
 bool decode_text(const Container& input, Container& output) {
     Container standard; // the text in the standard alphabet, when it is in the other one
-    const bool translate = std::any_of(input.begin(), input.end(), is_url_safe_digit);
+    const bool translate = kernels::holds_exchanged(input.data(), input.size(), TO_STANDARD);
     if (translate) {
         standard = input;
-        std::replace(standard.begin(), standard.end(), '-', '+');
-        std::replace(standard.begin(), standard.end(), '_', '/');
+        kernels::do_exchange(standard.data(), standard.size(), TO_STANDARD);
     }
     const Container& text = translate ? standard : input;
     base64::Base64& codec = base64::Base64::GetInstance();
@@ -94,7 +98,7 @@ bool Base64Wrapper::encode(const std::vector<char>& input, std::vector<char>& ou
                            EncodingVariant variant) noexcept {
     try {
         output.clear();
-        return encode_bytes(input, output, false, variant);
+        return encode_bytes(input, output, variant);
     } catch (...) {
         return false;
     }
@@ -107,7 +111,7 @@ bool Base64Wrapper::encode(const std::vector<char>& input, std::vector<char>& ou
 bool Base64Wrapper::encode(const std::string& input, std::string& output,
                            EncodingVariant variant) noexcept {
     try {
-        return encode_bytes(input, output, true, variant);
+        return encode_bytes(input, output, variant);
     } catch (...) {
         return false;
     }
