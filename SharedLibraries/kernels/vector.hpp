@@ -26,6 +26,7 @@ using Register = __m128i;
 struct Vector {
     static constexpr std::size_t SIZE = sizeof(Register);
     static constexpr std::size_t LANES = SIZE / 16;
+    static constexpr std::uint32_t ALL_BITS = LANES == 1 ? 0xffffU : 0xffffffffU;
 
     Register value;
 
@@ -96,15 +97,13 @@ struct Vector {
         return {KERNELS_VECTOR(_mm_xor_si128, _mm256_xor_si256)(a.value, b.value)};
     }
 
-    /// The highest bit of each byte.
+    /// The highest bit of each byte, the first one lowest.
     std::uint32_t high_bits() const {
         return static_cast<std::uint32_t>(
             KERNELS_VECTOR(_mm_movemask_epi8, _mm256_movemask_epi8)(value));
     }
 
-    bool is_zero() const {
-        return equal_bytes(*this, zero()).high_bits() == (LANES == 1 ? 0xffffU : 0xffffffffU);
-    }
+    bool is_zero() const { return equal_bytes(*this, zero()).high_bits() == ALL_BITS; }
 
     // Bytes
 

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <cwchar>
 #include <iconv.h>
+#include <kernels/codepages.hpp>
 #include <ostream>
 #include <stdexcept>
 #include <type_traits>
@@ -222,6 +223,49 @@ private:
     bool open_;
 };
 
+// The code pages of most names have conversions that need no iconv. They give what it gives, and stop
+// at what it would refuse or what they do not cover, which is left to it: it decides what becomes of
+// bad characters.
+
+struct Shortcut {
+    const char* name; // as iconv knows it
+    kernels::Decode* decode;
+    kernels::Encode* encode;
+};
+
+constexpr Shortcut SHORTCUTS[] = {
+    {"UTF-8", kernels::decode_utf8, kernels::encode_utf8},
+    {"WINDOWS-1252", kernels::decode_windows_1252, kernels::encode_windows_1252},
+    {"MS-ANSI", kernels::decode_windows_1252, kernels::encode_windows_1252},
+    {"US-ASCII", kernels::decode_ascii, kernels::encode_ascii},
+};
+
+const Shortcut* find_shortcut(const char* name) {
+    for (const Shortcut& shortcut : SHORTCUTS) {
+        if (std::strcmp(name, shortcut.name) == 0) {
+            return &shortcut;
+        }
+    }
+    return nullptr;
+}
+
+// Appends what the kernel covers, and moves past it. The pieces keep the output from being filled with
+// zeros first.
+template <class From, class To, class Kernel>
+void convert_start(Kernel* kernel, const From*& src, size_t& len, std::basic_string<To>& out) {
+    std::array<To, 1024> piece;
+    const From* const end = src + len;
+    for (;;) {
+        const auto stop = kernel(src, end, piece.data(), piece.data() + piece.size());
+        if (stop.from == src) {
+            break;
+        }
+        out.append(piece.data(), stop.to);
+        src = stop.from;
+    }
+    len = static_cast<size_t>(end - src);
+}
+
 // Converts `size` bytes. A bad character, which takes `bad_size` bytes, is replaced; it ends the
 // conversion when the replacement is null.
 template <class Unit>
@@ -259,16 +303,26 @@ bool convert(const char* to, const char* from, const void* src, size_t size, siz
 bool to_multibyte(const wchar_t* src, size_t len, std::string& out, const CodePage& cp,
                   const char* defaultChars) {
     const bool by_locale = cp.isDefault();
-    const std::string name = by_locale ? "" : cp.m_name; // this and the replacement may be in `out`
+    const Shortcut* const shortcut = by_locale ? nullptr : find_shortcut(cp.m_name.c_str());
+    // The name and the replacement may be in `out`.
+    const std::string name = by_locale || shortcut != nullptr ? "" : cp.m_name;
     const std::string copy = defaultChars != nullptr ? defaultChars : "";
     const char* const replacement = defaultChars != nullptr ? copy.c_str() : nullptr;
     out.clear();
     if (src == nullptr || len == 0 || *src == 0) {
         return true;
     }
-    return by_locale ? to_locale(src, len, out, replacement)
-                     : convert(name.c_str(), WIDE, src, len * sizeof(wchar_t), sizeof(wchar_t), out,
-                               replacement);
+    if (by_locale) {
+        return to_locale(src, len, out, replacement);
+    }
+    if (shortcut != nullptr) {
+        convert_start(shortcut->encode, src, len, out);
+        if (len == 0) {
+            return true;
+        }
+    }
+    return convert(shortcut != nullptr ? shortcut->name : name.c_str(), WIDE, src,
+                   len * sizeof(wchar_t), sizeof(wchar_t), out, replacement);
 }
 
 bool to_wide(const char* src, size_t len, std::wstring& out, const CodePage& cp,
@@ -277,9 +331,16 @@ bool to_wide(const char* src, size_t len, std::wstring& out, const CodePage& cp,
     if (src == nullptr || len == 0 || *src == 0) {
         return true;
     }
-    return cp.isDefault()
-               ? from_locale(src, len, out, ignoreBadChars)
-               : convert(WIDE, cp.m_name.c_str(), src, len, 1, out, ignoreBadChars ? L"" : nullptr);
+    if (cp.isDefault()) {
+        return from_locale(src, len, out, ignoreBadChars);
+    }
+    if (const Shortcut* const shortcut = find_shortcut(cp.m_name.c_str())) {
+        convert_start(shortcut->decode, src, len, out);
+        if (len == 0) {
+            return true;
+        }
+    }
+    return convert(WIDE, cp.m_name.c_str(), src, len, 1, out, ignoreBadChars ? L"" : nullptr);
 }
 
 } // namespace

@@ -9,6 +9,9 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <kernels/dump.hpp>
+#include <kernels/ignorecase.hpp>
+#include <locale.h>
 #include <locale>
 #include <string_view>
 
@@ -107,17 +110,43 @@ int ifind(const std::string& haystack, const std::string& needle) {
 
 namespace {
 
+// Whether the locale gives the letters of ASCII the upper case that everybody expects. It need not:
+// in Turkish the upper case of i has a dot, too, and is a byte of its own in some character sets.
+bool has_plain_upper_case(const std::int32_t* to_upper) {
+    static const std::int32_t* const classic =
+        newlocale(LC_CTYPE_MASK, "C", nullptr)->__ctype_toupper;
+    if (to_upper == classic) {
+        return true;
+    }
+    bool plain = true;
+    for (int i = 0; i < 26; ++i) {
+        plain &= to_upper['a' + i] == 'A' + i;
+        plain &= to_upper['A' + i] == 'A' + i;
+    }
+    return plain;
+}
+
 int compare(std::string_view a, std::string_view b) {
+    // What toupper uses.
+    const std::int32_t* const to_upper = *__ctype_toupper_loc();
     const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < common; ++i) {
+    constexpr std::size_t LONG = 16;
+    const bool skips = common >= LONG && has_plain_upper_case(to_upper);
+    for (std::size_t i = 0;; ++i) {
+        if (skips) {
+            i += kernels::same_but_case(a.data() + i, b.data() + i, common - i);
+        }
+        if (i >= common) {
+            return a.size() < b.size() ? -1 : a.size() > b.size();
+        }
         if (a[i] != b[i]) {
-            const int difference = to_byte(upper(a[i])) - to_byte(upper(b[i]));
+            const int difference = to_byte(static_cast<char>(to_upper[to_byte(a[i])])) -
+                                   to_byte(static_cast<char>(to_upper[to_byte(b[i])]));
             if (difference != 0) {
                 return difference;
             }
         }
     }
-    return a.size() < b.size() ? -1 : a.size() > b.size();
 }
 
 } // namespace
@@ -492,25 +521,50 @@ std::string utf8_to_xml(const std::string& text) {
 namespace {
 
 constexpr char HEX_DIGITS[] = "0123456789abcdef";
-constexpr unsigned int DUMP_WIDTH = 16;
-constexpr std::size_t DUMP_HEX_WIDTH = 2 * DUMP_WIDTH;
 
-// The part of a line behind its offset; `count` bytes, 1 to DUMP_WIDTH, are left to show.
-void append_dump_fields(std::string& out, const char* data, std::size_t count) {
-    char hex[DUMP_HEX_WIDTH];
-    char characters[DUMP_WIDTH];
-    std::fill(std::begin(hex), std::end(hex), ' ');
-    std::fill(std::begin(characters), std::end(characters), ' ');
-    for (std::size_t i = 0; i < count; ++i) {
-        const unsigned char byte = to_byte(data[i]);
-        hex[2 * i] = HEX_DIGITS[byte >> 4];
-        hex[2 * i + 1] = HEX_DIGITS[byte & 15];
-        const bool shown = std::isalnum(byte) != 0 || std::ispunct(byte) != 0 || byte == ' ';
-        characters[i] = shown ? data[i] : '.';
-    }
-    out.append("  ").append(hex, sizeof hex);
-    out.append(" ** ").append(characters, sizeof characters).append(" **\n");
+// The part of a line behind its offset: both columns full of blanks, and where they begin.
+constexpr char DUMP_FIELDS[] = "                                   **                  **\n";
+constexpr std::size_t DUMP_DIGITS = 2;
+constexpr std::size_t DUMP_CHARACTERS = 38;
+static_assert(sizeof DUMP_FIELDS - 1 == DUMP_CHARACTERS + kernels::DUMP_WIDTH + 4);
+
+bool is_shown(char c) {
+    return std::isalnum(to_byte(c)) != 0 || std::ispunct(to_byte(c)) != 0 || c == WHITE_SPACE;
 }
+
+// Puts the columns of DUMP_WIDTH bytes into a line.
+void fill_dump_columns(char* fields, const char* data) {
+    kernels::dump_digits(data, fields + DUMP_DIGITS);
+    char* const characters = fields + DUMP_CHARACTERS;
+    // What is shown beyond ASCII is up to the locale.
+    for (unsigned int others = kernels::dump_characters(data, characters); others != 0;
+         others &= others - 1) {
+        const int i = __builtin_ctz(others);
+        if (is_shown(data[i])) {
+            characters[i] = data[i];
+        }
+    }
+}
+
+// `count` bytes, 1 to DUMP_WIDTH, are left to show.
+void append_dump_fields(std::string& out, const char* data, std::size_t count) {
+    char fields[sizeof DUMP_FIELDS];
+    std::memcpy(fields, DUMP_FIELDS, sizeof fields);
+    if (count == kernels::DUMP_WIDTH) {
+        fill_dump_columns(fields, data);
+    } else {
+        char last[kernels::DUMP_WIDTH] = {};
+        std::memcpy(last, data, count);
+        fill_dump_columns(fields, last);
+        std::fill(fields + DUMP_DIGITS + 2 * count, fields + DUMP_DIGITS + 2 * kernels::DUMP_WIDTH,
+                  WHITE_SPACE);
+        std::fill(fields + DUMP_CHARACTERS + count, fields + DUMP_CHARACTERS + kernels::DUMP_WIDTH,
+                  WHITE_SPACE);
+    }
+    out.append(fields, sizeof fields - 1);
+}
+
+constexpr std::size_t DUMP_OFFSET = 8; // characters at most
 
 // An offset in hexadecimal, at least four digits.
 void append_dump_offset(std::string& out, unsigned int offset) {
@@ -518,29 +572,38 @@ void append_dump_offset(std::string& out, unsigned int offset) {
     while (shift < 28 && (offset >> shift) > 15) {
         shift += 4;
     }
+    char digits[DUMP_OFFSET];
+    char* end = digits;
     for (; shift >= 0; shift -= 4) {
-        out += HEX_DIGITS[(offset >> shift) & 15];
+        *end++ = HEX_DIGITS[(offset >> shift) & 15];
     }
+    out.append(digits, end);
 }
 
 } // namespace
 
 bool hex_dump(std::string& out, const char* data, int length, const char* title,
               const char* prefix) {
+    const std::string_view line_prefix = or_empty(prefix);
+    const unsigned int size = data != nullptr && length > 0 ? static_cast<unsigned int>(length) : 0;
     std::string dump; // the title, the prefix and the data may lie inside `out`
+    const std::uint64_t lines =
+        (std::uint64_t{size} + kernels::DUMP_WIDTH - 1) / kernels::DUMP_WIDTH;
+    const std::uint64_t expected =
+        lines * (line_prefix.size() + 1 + DUMP_OFFSET + sizeof DUMP_FIELDS);
+    if (expected <= dump.max_size()) {
+        dump.reserve(static_cast<std::size_t>(expected));
+    }
     if (title != nullptr) {
         dump.append(title).append(1, NEW_LINE);
     }
-    if (data != nullptr && length > 0) {
-        const auto size = static_cast<unsigned int>(length);
-        for (unsigned int offset = 0; offset < size; offset += DUMP_WIDTH) {
-            if (prefix != nullptr) {
-                dump.append(prefix).append(1, WHITE_SPACE);
-            }
-            append_dump_offset(dump, offset);
-            append_dump_fields(dump, data + offset,
-                               std::min<std::size_t>(DUMP_WIDTH, size - offset));
+    for (unsigned int offset = 0; offset < size; offset += kernels::DUMP_WIDTH) {
+        if (prefix != nullptr) {
+            dump.append(line_prefix).append(1, WHITE_SPACE);
         }
+        append_dump_offset(dump, offset);
+        append_dump_fields(dump, data + offset,
+                           std::min<std::size_t>(kernels::DUMP_WIDTH, size - offset));
     }
     out = std::move(dump);
     return true;

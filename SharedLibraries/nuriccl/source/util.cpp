@@ -4,6 +4,7 @@
 #include <nuriccl/string.hpp>
 
 #include <charconv>
+#include <iterator>
 #include <limits>
 #include <sstream>
 #include <type_traits>
@@ -49,16 +50,36 @@ std::string to_str(double value) { return string::format_string("%.2f", value); 
 
 std::string to_str(bool value) { return value ? "true" : "false"; }
 
-std::string to_str(const isotime& time) {
-    if (!is_valid(time)) {
-        return BAD_TIME;
+namespace {
+
+// Writes a number of exactly COUNT digits.
+template <int COUNT>
+void put_digits(char* place, unsigned int value) {
+    for (int i = COUNT; i-- > 0; value /= 10) {
+        place[i] = static_cast<char>('0' + value % 10);
     }
-    const int zone = time.zone_offset;
-    const int distance = zone < 0 ? -zone : zone;
-    return string::format_string("%04d-%02d-%02dT%02d:%02d:%02d.%02d%c%02d:%02d", time.year,
-                                 time.month, time.day, time.hour, time.minute, time.second,
-                                 time.hundredths, zone < 0 ? '-' : '+', distance / 60,
-                                 distance % 60);
+}
+
+} // namespace
+
+std::string to_str(const isotime& time) {
+    std::string text = BAD_TIME;
+    if (is_valid(time)) {
+        const int zone = time.zone_offset;
+        const auto distance = static_cast<unsigned int>(zone < 0 ? -zone : zone);
+        char* const at = text.data();
+        put_digits<4>(at, time.year);
+        put_digits<2>(at + 5, time.month);
+        put_digits<2>(at + 8, time.day);
+        put_digits<2>(at + 11, time.hour);
+        put_digits<2>(at + 14, time.minute);
+        put_digits<2>(at + 17, time.second);
+        put_digits<2>(at + 20, time.hundredths);
+        at[22] = zone < 0 ? '-' : '+';
+        put_digits<2>(at + 23, distance / 60);
+        put_digits<2>(at + 26, distance % 60);
+    }
+    return text;
 }
 
 std::string to_str(const isotime& time, Manipulator) { return to_str(time); }
@@ -91,10 +112,36 @@ std::string to_str(unsigned long long value, Manipulator manipulator) {
 
 namespace {
 
+// Reads a decimal number that cannot overflow, from nothing but digits, with a minus in front perhaps. A
+// stream reads it the same way in every locale; all that it may make of other texts is left to it.
+template <class Unsigned>
+bool parse_digits(Unsigned& out, const std::string& text) {
+    const char* next = text.data();
+    const char* const end = next + text.size();
+    const bool negative = *next == '-';
+    next += negative ? 1 : 0;
+    if (next == end || end - next > std::numeric_limits<Unsigned>::digits10) {
+        return false;
+    }
+    Unsigned value = 0;
+    for (; next != end; ++next) {
+        const int digit = *next - '0';
+        if (digit < 0 || digit > 9) {
+            return false;
+        }
+        value = static_cast<Unsigned>(value * 10U + static_cast<unsigned int>(digit));
+    }
+    out = negative ? static_cast<Unsigned>(Unsigned{0} - value) : value;
+    return true;
+}
+
 template <class Unsigned>
 bool parse(Unsigned& out, const std::string& text, Manipulator manipulator) {
     if (text.empty()) {
         out = 0;
+        return true;
+    }
+    if (manipulator == std::dec && parse_digits(out, text)) {
         return true;
     }
     Unsigned value = 0; // also when blanks are all there is, which leaves the stream's target alone
@@ -227,7 +274,15 @@ isotime to_isotime(const std::string& text) {
         return time;
     }
     const auto number = [&text](std::size_t position, std::size_t length) {
-        return safe::StringToInt32(text.substr(position, length));
+        int value = 0;
+        for (std::size_t i = position; i < position + length; ++i) {
+            const int digit = text[i] - '0';
+            if (digit < 0 || digit > 9) { // a sign, a blank, or worse
+                return safe::StringToInt32(text.substr(position, length));
+            }
+            value = value * 10 + digit;
+        }
+        return value;
     };
     const auto field = [&number](std::size_t position) {
         return static_cast<std::uint8_t>(number(position, 2));

@@ -1,0 +1,5 @@
+#include "ignorecase_vector.hpp"
+
+std::size_t kernels::same_but_case_avx2(const char* a, const char* b, std::size_t length) noexcept {
+    return count_same(a, b, length);
+}
