@@ -6,8 +6,7 @@
 /// Thread safety: thread-safe.
 
 #include "cpu.hpp"
-
-#include <cstddef>
+#include "vector.hpp"
 
 namespace kernels {
 
@@ -15,8 +14,57 @@ namespace kernels {
 /// letters.
 using SameButCase = std::size_t(const char* a, const char* b, std::size_t length) noexcept;
 
-SameButCase same_but_case; ///< the fastest variant at hand
-SameButCase same_but_case_sse2;
-SameButCase same_but_case_avx2;
+SameButCase long_same_but_case; ///< the fastest variant at hand
+SameButCase long_same_but_case_sse2;
+SameButCase long_same_but_case_avx2;
+
+namespace {
+
+Vector in_upper_case(Vector text) {
+    // 'a' to 'z' moved to the least values with a sign
+    const Vector moved = add_bytes(text, Vector::all(static_cast<char>(-128 - 'a')));
+    const Vector lower = greater_bytes(Vector::all(-128 + 26), moved);
+    return text ^ (lower & Vector::all(0x20));
+}
+
+// A bit for each character of a vector, the first one lowest: set where they differ.
+std::uint32_t differences(const char* a, const char* b) {
+    const Vector same = equal_bytes(in_upper_case(Vector::load(a)), in_upper_case(Vector::load(b)));
+    return same.high_bits() ^ Vector::ALL_BITS;
+}
+
+char in_upper_case(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c ^ 0x20) : c; }
+
+std::size_t count_same(const char* a, const char* b, std::size_t length) {
+    std::size_t i = 0;
+    if (length < Vector::SIZE) {
+        while (i < length && in_upper_case(a[i]) == in_upper_case(b[i])) {
+            ++i;
+        }
+        return i;
+    }
+    const auto first_of = [](std::uint32_t bits) {
+        return static_cast<std::size_t>(__builtin_ctz(bits));
+    };
+    const std::size_t last = length - Vector::SIZE; // its vector overlaps the one before
+    if (length <= 2 * Vector::SIZE && (differences(a, b) | differences(a + last, b + last)) == 0) {
+        return length;
+    }
+    for (; i < last; i += Vector::SIZE) {
+        if (const std::uint32_t bits = differences(a + i, b + i)) {
+            return i + first_of(bits);
+        }
+    }
+    const std::uint32_t bits = differences(a + last, b + last);
+    return bits != 0 ? last + first_of(bits) : length;
+}
+
+/// SameButCase without a call for short text.
+[[maybe_unused]] std::size_t same_but_case(const char* a, const char* b, std::size_t length) {
+    constexpr std::size_t WORTH_A_CALL = 64;
+    return length < WORTH_A_CALL ? count_same(a, b, length) : long_same_but_case(a, b, length);
+}
+
+} // namespace
 
 } // namespace kernels

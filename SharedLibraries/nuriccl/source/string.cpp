@@ -11,6 +11,7 @@
 #include <functional>
 #include <kernels/dump.hpp>
 #include <kernels/ignorecase.hpp>
+#include <kernels/scan.hpp>
 #include <locale.h>
 #include <locale>
 #include <string_view>
@@ -110,12 +111,14 @@ int ifind(const std::string& haystack, const std::string& needle) {
 
 namespace {
 
+// The table of the locale "C", of which there is one. Before it is set no locale counts as that one.
+const std::int32_t* const CLASSIC_UPPER_CASE =
+    newlocale(LC_CTYPE_MASK, "C", nullptr)->__ctype_toupper;
+
 // Whether the locale gives the letters of ASCII the upper case that everybody expects. It need not:
 // in Turkish the upper case of i has a dot, too, and is a byte of its own in some character sets.
 bool has_plain_upper_case(const std::int32_t* to_upper) {
-    static const std::int32_t* const classic =
-        newlocale(LC_CTYPE_MASK, "C", nullptr)->__ctype_toupper;
-    if (to_upper == classic) {
+    if (to_upper == CLASSIC_UPPER_CASE) {
         return true;
     }
     bool plain = true;
@@ -126,27 +129,31 @@ bool has_plain_upper_case(const std::int32_t* to_upper) {
     return plain;
 }
 
-int compare(std::string_view a, std::string_view b) {
-    // What toupper uses.
-    const std::int32_t* const to_upper = *__ctype_toupper_loc();
+// Compares from position `i` on, up to which there is no difference.
+int compare_from(std::size_t i, std::string_view a, std::string_view b,
+                 const std::int32_t* to_upper) {
+    const auto upper_of = [to_upper](char c) {
+        return to_byte(static_cast<char>(to_upper[to_byte(c)]));
+    };
     const std::size_t common = std::min(a.size(), b.size());
-    constexpr std::size_t LONG = 16;
-    const bool skips = common >= LONG && has_plain_upper_case(to_upper);
-    for (std::size_t i = 0;; ++i) {
-        if (skips) {
-            i += kernels::same_but_case(a.data() + i, b.data() + i, common - i);
-        }
-        if (i >= common) {
-            return a.size() < b.size() ? -1 : a.size() > b.size();
-        }
+    for (; i < common; ++i) {
         if (a[i] != b[i]) {
-            const int difference = to_byte(static_cast<char>(to_upper[to_byte(a[i])])) -
-                                   to_byte(static_cast<char>(to_upper[to_byte(b[i])]));
+            const int difference = upper_of(a[i]) - upper_of(b[i]);
             if (difference != 0) {
                 return difference;
             }
         }
     }
+    return a.size() < b.size() ? -1 : a.size() > b.size();
+}
+
+int compare(std::string_view a, std::string_view b) {
+    const std::size_t common = std::min(a.size(), b.size());
+    constexpr std::size_t LONG = 16;
+    const std::size_t same =
+        common >= LONG ? kernels::same_but_case(a.data(), b.data(), common) : 0;
+    const std::int32_t* const to_upper = *__ctype_toupper_loc(); // what toupper uses
+    return compare_from(same != 0 && has_plain_upper_case(to_upper) ? same : 0, a, b, to_upper);
 }
 
 } // namespace
@@ -350,11 +357,16 @@ void split(const std::string& text, char separator, std::vector<std::string>& fi
     if (holds(fields, text)) {
         return split(std::string(text), separator, fields);
     }
-    std::size_t start = 0;
-    for (std::size_t end; (end = text.find(separator, start)) != std::string::npos;
-         start = end + 1) {
-        add_field(fields, text, start, end);
+    const kernels::Scan separators({separator});
+    const std::size_t needed = fields.size() + separators.count(text.data(), text.size()) + 1;
+    if (needed > fields.capacity()) { // at least twice, or many small calls would take square time
+        fields.reserve(std::max(needed, 2 * fields.capacity()));
     }
+    std::size_t start = 0;
+    separators.for_each(text.data(), text.size(), [&](std::size_t end) {
+        add_field(fields, text, start, end);
+        start = end + 1;
+    });
     add_field(fields, text, start, text.size());
 }
 
@@ -488,7 +500,43 @@ void unescape(std::basic_string<Char>& text) {
 
 } // namespace
 
-void xml_escape(std::string& text) { expand(text, xml_entity<char>); }
+// As expand() does it, with the characters between two entities moved together.
+void xml_escape(std::string& text) {
+    constexpr auto WIDTH = static_cast<std::ptrdiff_t>(kernels::SCAN_WIDTH);
+    const kernels::Scan markup({'&', '<', '>'});
+    const kernels::Scan ampersand({'&'});
+    const std::size_t size = text.size();
+    const std::size_t growth =
+        3 * markup.count(text.data(), size) + ampersand.count(text.data(), size); // "&amp;" has 5
+    text.resize(size + growth);
+    const char* const start = text.data();
+    const char* from = start + size;
+    char* to = text.data() + size + growth;
+    while (from != to) {
+        if (from - start >= WIDTH) {
+            const unsigned int found = markup.matches(from - WIDTH);
+            const std::ptrdiff_t run = found != 0 ? __builtin_clz(found << WIDTH) : WIDTH;
+            if (run == WIDTH || to - from >= WIDTH) { // also over what is not read any more
+                kernels::copy_16(to - WIDTH, from - WIDTH);
+            } else {
+                std::memmove(to - run, from - run, static_cast<std::size_t>(run));
+            }
+            from -= run;
+            to -= run;
+            if (run == WIDTH) {
+                continue;
+            }
+        }
+        const char c = *--from;
+        const std::string_view entity = xml_entity(c);
+        if (entity.empty()) {
+            *--to = c;
+        } else {
+            to -= entity.size();
+            entity.copy(to, entity.size());
+        }
+    }
+}
 
 void xml_escape(std::wstring& text) { expand(text, xml_entity<wchar_t>); }
 
@@ -532,13 +580,22 @@ bool is_shown(char c) {
     return std::isalnum(to_byte(c)) != 0 || std::ispunct(to_byte(c)) != 0 || c == WHITE_SPACE;
 }
 
+// Whether the locale has bytes beyond ASCII to show.
+bool shows_more_than_ascii() {
+    for (int byte = 0x80; byte <= 0xff; ++byte) {
+        if (is_shown(static_cast<char>(byte))) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // Puts the columns of DUMP_WIDTH bytes into a line.
-void fill_dump_columns(char* fields, const char* data) {
+void fill_dump_columns(char* fields, const char* data, bool only_ascii) {
     kernels::dump_digits(data, fields + DUMP_DIGITS);
     char* const characters = fields + DUMP_CHARACTERS;
-    // What is shown beyond ASCII is up to the locale.
-    for (unsigned int others = kernels::dump_characters(data, characters); others != 0;
-         others &= others - 1) {
+    unsigned int others = kernels::dump_characters(data, characters);
+    for (others = only_ascii ? 0 : others; others != 0; others &= others - 1) {
         const int i = __builtin_ctz(others);
         if (is_shown(data[i])) {
             characters[i] = data[i];
@@ -547,15 +604,15 @@ void fill_dump_columns(char* fields, const char* data) {
 }
 
 // `count` bytes, 1 to DUMP_WIDTH, are left to show.
-void append_dump_fields(std::string& out, const char* data, std::size_t count) {
+void append_dump_fields(std::string& out, const char* data, std::size_t count, bool only_ascii) {
     char fields[sizeof DUMP_FIELDS];
     std::memcpy(fields, DUMP_FIELDS, sizeof fields);
     if (count == kernels::DUMP_WIDTH) {
-        fill_dump_columns(fields, data);
+        fill_dump_columns(fields, data, only_ascii);
     } else {
         char last[kernels::DUMP_WIDTH] = {};
         std::memcpy(last, data, count);
-        fill_dump_columns(fields, last);
+        fill_dump_columns(fields, last, only_ascii);
         std::fill(fields + DUMP_DIGITS + 2 * count, fields + DUMP_DIGITS + 2 * kernels::DUMP_WIDTH,
                   WHITE_SPACE);
         std::fill(fields + DUMP_CHARACTERS + count, fields + DUMP_CHARACTERS + kernels::DUMP_WIDTH,
@@ -584,18 +641,29 @@ void append_dump_offset(std::string& out, unsigned int offset) {
 
 bool hex_dump(std::string& out, const char* data, int length, const char* title,
               const char* prefix) {
+    const std::string_view title_line = or_empty(title);
     const std::string_view line_prefix = or_empty(prefix);
     const unsigned int size = data != nullptr && length > 0 ? static_cast<unsigned int>(length) : 0;
-    std::string dump; // the title, the prefix and the data may lie inside `out`
     const std::uint64_t lines =
         (std::uint64_t{size} + kernels::DUMP_WIDTH - 1) / kernels::DUMP_WIDTH;
     const std::uint64_t expected =
-        lines * (line_prefix.size() + 1 + DUMP_OFFSET + sizeof DUMP_FIELDS);
-    if (expected <= dump.max_size()) {
+        title_line.size() + 1 + lines * (line_prefix.size() + 1 + DUMP_OFFSET + sizeof DUMP_FIELDS);
+    std::string dump;
+    const auto lies_apart = [&out](const char* text) {
+        const std::less<> before;
+        return text == nullptr || before(text, out.data()) ||
+               before(out.data() + out.capacity(), text);
+    };
+    if (expected <= out.capacity() && lies_apart(data) && lies_apart(title) && lies_apart(prefix)) {
+        dump.swap(out); // nothing can fail any more
+        dump.clear();
+    } else if (expected <= dump.max_size()) {
         dump.reserve(static_cast<std::size_t>(expected));
     }
+    constexpr unsigned int LARGE = 512; // bytes, for which it pays to ask beforehand
+    const bool only_ascii = size >= LARGE && !shows_more_than_ascii();
     if (title != nullptr) {
-        dump.append(title).append(1, NEW_LINE);
+        dump.append(title_line).append(1, NEW_LINE);
     }
     for (unsigned int offset = 0; offset < size; offset += kernels::DUMP_WIDTH) {
         if (prefix != nullptr) {
@@ -603,7 +671,7 @@ bool hex_dump(std::string& out, const char* data, int length, const char* title,
         }
         append_dump_offset(dump, offset);
         append_dump_fields(dump, data + offset,
-                           std::min<std::size_t>(kernels::DUMP_WIDTH, size - offset));
+                           std::min<std::size_t>(kernels::DUMP_WIDTH, size - offset), only_ascii);
     }
     out = std::move(dump);
     return true;
