@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <kernels/escape.hpp>
+#include <kernels/scan.hpp>
 #include <string_view>
 
 namespace nuriccl {
@@ -22,7 +24,7 @@ const char* const CharacterEncoder::UNPRINTABLE_CHARS_TO_ENCODE =
 
 namespace {
 
-using Set = std::bitset<256>;
+using Set = kernels::ByteSet;
 
 constexpr std::size_t ESCAPED = 3; // bytes of an escaped byte
 
@@ -32,13 +34,25 @@ std::string_view text_or_empty(const char* text) {
     return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
-Set with(Set set, char c) { return set.set(to_byte(c)); }
+void add(unsigned char (&set)[sizeof(Set)], char c) {
+    set[to_byte(c) / 8] = static_cast<unsigned char>(set[to_byte(c) / 8] | 1 << to_byte(c) % 8);
+}
+
+Set to_set(const unsigned char (&set)[sizeof(Set)]) {
+    Set copy;
+    std::memcpy(copy.bits, set, sizeof set);
+    return copy;
+}
+
+Set with(Set set, char c) {
+    add(set.bits, c);
+    return set;
+}
 
 // Up to three times the length of the text: more than a pointer of 32 bits can span.
 std::uint64_t encoded_length(std::string_view text, const Set& set) {
-    const auto escaped =
-        std::count_if(text.begin(), text.end(), [&set](char c) { return set[to_byte(c)]; });
-    return text.size() + (ESCAPED - 1) * static_cast<std::uint64_t>(escaped);
+    const std::size_t escaped = kernels::count_members(text.data(), text.size(), set);
+    return text.size() + (ESCAPED - 1) * std::uint64_t{escaped};
 }
 
 // The length with its NUL, as far as an int holds it.
@@ -56,7 +70,7 @@ std::size_t to_size(std::uint64_t length) {
 void encode_backwards(std::string_view text, char* end, const Set& set, char esc) {
     for (std::size_t i = text.size(); i-- > 0;) {
         const unsigned char byte = to_byte(text[i]);
-        if (set[byte]) {
+        if (set.holds(text[i])) {
             *--end = CharacterEncoder::HEX_CHARS[byte & 15];
             *--end = CharacterEncoder::HEX_CHARS[byte >> 4];
             *--end = esc;
@@ -129,28 +143,29 @@ void CharacterEncoder::protect(const std::string& characters) noexcept {
     }
 }
 
-void CharacterEncoder::protect(char character) noexcept { set_.set(to_byte(character)); }
+void CharacterEncoder::protect(char character) noexcept { add(set_, character); }
 
 int CharacterEncoder::encoded_size(const std::string& text) const noexcept {
-    return size_for(encoded_length(text, set_));
+    return size_for(encoded_length(text, to_set(set_)));
 }
 
 int CharacterEncoder::encoded_size(const std::string& text, char esc) const noexcept {
-    return size_for(encoded_length(text, with(set_, esc)));
+    return size_for(encoded_length(text, with(to_set(set_), esc)));
 }
 
 std::string CharacterEncoder::encode(const std::string& text) const {
-    const std::size_t length = to_size(encoded_length(text, set_));
+    const Set set = to_set(set_);
+    const std::size_t length = to_size(encoded_length(text, set));
     std::string encoded;
     encoded.reserve(std::max(length, std::min(2 * text.size(), encoded.max_size())));
     encoded.resize(length);
-    encode_backwards(text, encoded.data() + length, set_, '%');
+    kernels::escape_members(text.data(), text.size(), set, '%', encoded.data());
     return encoded;
 }
 
 int CharacterEncoder::encode(const char* src, char* dst, int len, char esc) const noexcept {
     const std::string_view text = text_or_empty(src);
-    const Set set = with(set_, esc);
+    const Set set = with(to_set(set_), esc);
     const std::uint64_t needed = encoded_length(text, set);
     const bool in_place = dst == src;
     const bool fits = len > 0 && needed < static_cast<unsigned int>(len);
@@ -164,7 +179,11 @@ int CharacterEncoder::encode(const char* src, char* dst, int len, char esc) cons
         }
         return 0;
     }
-    encode_backwards(text, dst + length, set, esc);
+    if (in_place) {
+        encode_backwards(text, dst + length, set, esc);
+    } else {
+        kernels::escape_members(text.data(), text.size(), set, esc, dst);
+    }
     dst[length] = '\0';
     if (in_place) {
         dst[len - 1] = '\0';
@@ -173,7 +192,7 @@ int CharacterEncoder::encode(const char* src, char* dst, int len, char esc) cons
 }
 
 bool CharacterEncoder::encode(std::string& text, char esc) const {
-    const Set set = with(set_, esc);
+    const Set set = with(to_set(set_), esc);
     const std::size_t before = text.size();
     const std::size_t length = to_size(encoded_length(text, set));
     if (length == before) {
@@ -186,19 +205,36 @@ bool CharacterEncoder::encode(std::string& text, char esc) const {
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): a member for its callers
 std::string CharacterEncoder::decode(const std::string& text) const {
+    const kernels::Scan escapes({'%'});
     std::string decoded;
     decoded.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') {
-            decoded += text[i];
-        } else if (i + 1 == text.size()) {
+    decoded.resize(text.size());
+    char* to = decoded.data();
+    const char* from = text.data();
+    const char* const end = from + text.size();
+    while (from != end) {
+        if (static_cast<std::size_t>(end - from) >= kernels::SCAN_WIDTH) { // there is as much room
+            kernels::copy_16(to, from);
+            const unsigned int found = escapes.matches(from);
+            const int run =
+                found != 0 ? __builtin_ctz(found) : static_cast<int>(kernels::SCAN_WIDTH);
+            from += run;
+            to += run;
+            if (found == 0) {
+                continue;
+            }
+        }
+        if (*from != '%') {
+            *to++ = *from++;
+        } else if (end - from == 1) {
             break;
         } else { // the second digit may be the NUL behind the text
-            const int byte = 16 * believed_digit(text[i + 1]) + believed_digit(text[i + 2]);
-            decoded += static_cast<char>(byte & 0xff);
-            i += ESCAPED - 1;
+            const int byte = 16 * believed_digit(from[1]) + believed_digit(from[2]);
+            *to++ = static_cast<char>(byte & 0xff);
+            from += std::min<std::ptrdiff_t>(ESCAPED, end - from);
         }
     }
+    decoded.resize(static_cast<std::size_t>(to - decoded.data()));
     return decoded;
 }
 

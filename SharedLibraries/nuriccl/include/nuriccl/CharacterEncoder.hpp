@@ -25,7 +25,6 @@
 
 #include <nuriccl/export.hpp>
 
-#include <bitset>
 #include <string>
 
 namespace nuriccl {
@@ -126,7 +125,7 @@ public:
     /// @}
 
 private:
-    std::bitset<256> set_;
+    unsigned char set_[32] = {}; // a bit for each byte, the lowest one first
 };
 
 } // namespace nuriccl
