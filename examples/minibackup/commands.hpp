@@ -18,12 +18,13 @@ constexpr int FAILED = 2;
 
 struct Options {
     bool quiet = false;
+    bool csv = false;
     std::string run; ///< empty: the newest one
     Exclusions exclusions;
 };
 
 int save(const std::string& source, const std::string& store, const Options& options);
-int list(const std::string& store);
+int list(const std::string& store, const Options& options);
 int verify(const std::string& store, const Options& options);
 int restore(const std::string& store, const std::string& destination, const Options& options);
 

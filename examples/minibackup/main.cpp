@@ -6,6 +6,7 @@
 #include "commands.hpp"
 #include "names.hpp"
 #include "os.hpp"
+#include "settings.hpp"
 
 #include <algorithm>
 #include <csignal>
@@ -34,7 +35,7 @@ struct Command {
 };
 
 const Command COMMANDS[] = {
-    {"save", "SOURCE STORE", 2, "hqxX",
+    {"save", "SOURCE STORE", 2, "hoqxX",
      [](const Arguments& a, const Options& o) { return save(a[0], a[1], o); },
      "save the directory SOURCE in STORE",
      "Saves the directory SOURCE as a new run in STORE, a directory that is made when it is\n"
@@ -61,11 +62,27 @@ const Command COMMANDS[] = {
      "A CLASS stands for files in which a system keeps its memory. Left out are the regular\n"
      "files that it means, told by their path below SOURCE, in upper or lower case.\n"
      "\n"
+     "Options may stand in a FILE, too, each on a line of its own:\n"
+     "\n"
+     "  # what to leave out\n"
+     "  exclude = *.o\n"
+     "  exclude = \"name with blanks\"\n"
+     "  exclude-class = \"Power Management\"\n"
+     "  quiet = yes\n"
+     "\n"
+     "A value with a blank, a quote or a '=' is quoted. A backslash lets the next character stand\n"
+     "for itself, also in quotes, so that one of a PATTERN is doubled. An option that takes no\n"
+     "argument is 'yes' or 'no'. They are added to those of the command line.\n"
+     "\n"
      "A save may be interrupted at any time; what it leaves behind is used or removed by the\n"
      "next. Let only one save work on a store at a time.\n"},
-    {"list", "STORE", 1, "h", [](const Arguments& a, const Options&) { return list(a[0]); },
+    {"list", "STORE", 1, "ch", [](const Arguments& a, const Options& o) { return list(a[0], o); },
      "list the runs in STORE",
-     "Lists the runs in STORE, the newest last, with their number of files and bytes.\n"},
+     "Lists the runs in STORE, the newest last, with their number of files and bytes.\n"
+     "\n"
+     "With --csv the list is CSV, in UTF-8: a line of headings, and a line for each run. A name\n"
+     "that is not UTF-8, or that holds a control character, a line separator or a mark of text\n"
+     "direction, is given as 'base64:' and its bytes in Base64; so is one that begins that way.\n"},
     {"verify", "STORE", 1, "hq",
      [](const Arguments& a, const Options& o) { return verify(a[0], o); },
      "check everything in STORE",
@@ -80,7 +97,9 @@ const Command COMMANDS[] = {
      "and left out.\n"},
 };
 
-const option OPTIONS[] = {{"help", no_argument, nullptr, 'h'},
+const option OPTIONS[] = {{"csv", no_argument, nullptr, 'c'},
+                          {"help", no_argument, nullptr, 'h'},
+                          {"options", required_argument, nullptr, 'o'},
                           {"quiet", no_argument, nullptr, 'q'},
                           {"run", required_argument, nullptr, 'r'},
                           {"exclude", required_argument, nullptr, 'x'},
@@ -88,7 +107,9 @@ const option OPTIONS[] = {{"help", no_argument, nullptr, 'h'},
                           {}};
 
 const char* option_help(char letter) {
-    return letter == 'q'   ? "-q, --quiet                no progress bar and no summary"
+    return letter == 'c'   ? "-c, --csv                  print CSV, for other programs"
+           : letter == 'o' ? "-o, --options FILE         take options from FILE, too"
+           : letter == 'q' ? "-q, --quiet                no progress bar and no summary"
            : letter == 'r' ? "-r, --run NAME             restore this run and not the newest one"
            : letter == 'x' ? "-x, --exclude PATTERN      leave out what matches; may be repeated"
            : letter == 'X' ? "-X, --exclude-class CLASS  leave out the files of it; may be repeated"
@@ -145,15 +166,44 @@ int usage_error(const std::string& reason) {
     return FAILED;
 }
 
-void set(Options& options, int letter) {
-    if (letter == 'q') {
+void set(Options& options, int letter, const std::string& value) {
+    if (letter == 'c') {
+        options.csv = true;
+    } else if (letter == 'q') {
         options.quiet = true;
     } else if (letter == 'r') {
-        options.run = optarg;
+        options.run = value;
     } else if (letter == 'x') {
-        options.exclusions.add_pattern(optarg);
+        options.exclusions.add_pattern(value);
     } else {
-        options.exclusions.add_class(optarg);
+        options.exclusions.add_class(value);
+    }
+}
+
+// Whether the option can stand in a file. Help is of no use there, and files in files might never end.
+bool takes_in_file(const Command& command, const option& known) {
+    return known.name != nullptr && takes(command, known.val) && known.val != 'h' &&
+           known.val != 'o';
+}
+
+void add_options_of_file(const Command& command, const std::string& path, Options& options) {
+    const Descriptor file = open_at(AT_FDCWD, path, O_RDONLY, path);
+    for (const auto& [key, value] : read_settings(file.get(), path)) {
+        const auto* const known =
+            std::find_if(std::begin(OPTIONS), std::end(OPTIONS), [&, &key = key](const option& o) {
+                return takes_in_file(command, o) && o.name == key;
+            });
+        if (known == std::end(OPTIONS)) {
+            throw Error(path, std::string(command.name) + " has no option '" + readable(key) +
+                                  "' for a file");
+        }
+        const bool yes_or_no = known->has_arg == no_argument;
+        if (yes_or_no && value != "yes" && value != "no") {
+            throw Error(path, key + " is neither 'yes' nor 'no'");
+        }
+        if (!yes_or_no || value == "yes") {
+            set(options, known->val, value);
+        }
     }
 }
 
@@ -162,7 +212,7 @@ int run_command(const Command& command, int argc, char** argv) {
     Options options;
     optind = 2;
     // The ':' in front keeps getopt_long from messages of its own, which show options as they are.
-    for (int letter; (letter = getopt_long(argc, argv, ":hqr:x:X:", OPTIONS, nullptr)) != -1;) {
+    for (int letter; (letter = getopt_long(argc, argv, ":cho:qr:x:X:", OPTIONS, nullptr)) != -1;) {
         if (letter == ':') {
             return usage_error("an argument is missing behind '" + readable(argv[argc - 1]) + "'");
         }
@@ -175,7 +225,11 @@ int run_command(const Command& command, int argc, char** argv) {
         if (letter == 'h') {
             return print_help(command);
         }
-        set(options, letter);
+        if (letter == 'o') {
+            add_options_of_file(command, optarg, options);
+        } else {
+            set(options, letter, optarg != nullptr ? optarg : "");
+        }
     }
     const Arguments arguments(argv + optind, argv + argc);
     if (arguments.size() != command.argument_count) {
