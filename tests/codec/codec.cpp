@@ -129,22 +129,15 @@ private:
     }
 };
 
-struct Names {
-    template <class Container>
-    static std::string GetName(int) {
-        return std::is_same_v<Container, std::string> ? "String" : "Vector";
-    }
-};
-
 using Containers = ::testing::Types<Bytes, std::string>;
 
 template <class Container>
 class CodecEncode : public Codec<Container> {};
-TYPED_TEST_SUITE(CodecEncode, Containers, Names);
+TYPED_TEST_SUITE(CodecEncode, Containers);
 
 template <class Container>
 class CodecDecode : public Codec<Container> {};
-TYPED_TEST_SUITE(CodecDecode, Containers, Names);
+TYPED_TEST_SUITE(CodecDecode, Containers);
 
 class StringEncode : public Codec<std::string> {};
 

@@ -19,6 +19,7 @@ BEGIN {
     }
     print "#include <algorithm>" > output
     print "#include <cassert>" > output
+    print "#include <cerrno>" > output
     print "#include <cstring>" > output
     print "#include <iostream>" > output
     print "#include <sstream>" > output

@@ -71,6 +71,7 @@ Base64& Base64::GetInstance() noexcept {
     return instance;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): codecs in its place have a state
 unsigned long long Base64::Encode(const void* source, unsigned long long length, char* destination,
                                   unsigned long long size, Results* results) const noexcept {
     if (source == nullptr) {
@@ -97,6 +98,7 @@ unsigned long long Base64::Encode(const void* source, unsigned long long length,
     return needed;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 unsigned long long Base64::Decode(const char* source, unsigned long long length, void* destination,
                                   unsigned long long size, Results* results) const noexcept {
     if (source == nullptr) {

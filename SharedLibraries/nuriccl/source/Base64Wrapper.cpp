@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace nuriccl {
 
@@ -14,37 +15,37 @@ constexpr int SIZE_REPORTED = 1;
 
 // Has the codec work in two steps: it tells the size, then it writes.
 //
-// @param reads_output  whether the codec reads what is in `output` now
-// @param codec         a call of the codec: (place, size, results) -> number of characters
+// @param apart  whether it writes apart from what is in `output`, which takes the outcome then
+// @param codec  a call of the codec: (place, size, results) -> number of characters
 // @return false when a step fails; `output` is untouched after the first one
 template <class Container, class Codec>
-bool fill(Container& output, bool reads_output, Codec codec) {
+bool fill(Container& output, bool apart, Codec codec) {
     base64::Results results{};
     const unsigned long long needed = codec(nullptr, 0, &results);
     if (results.status != SIZE_REPORTED || needed > output.max_size()) {
         return false;
     }
-    Container apart;
-    Container& place = reads_output ? apart : output;
+    Container fresh;
+    Container& place = apart ? fresh : output;
     place.resize(static_cast<std::size_t>(needed));
     char nothing; // a null place would ask for the size again
     char* const start = place.empty() ? &nothing : place.data();
     const unsigned long long written = codec(start, needed, &results);
     place.resize(static_cast<std::size_t>(std::min(written, needed)));
-    if (reads_output) {
-        output.swap(apart);
+    if (apart) {
+        output.swap(fresh);
     }
     return results.status == DONE;
 }
 
 template <class Container>
-bool encode_bytes(const Container& input, Container& output,
+bool encode_bytes(const Container& input, Container& output, bool apart,
                   Base64Wrapper::EncodingVariant variant) {
     base64::Base64& codec = base64::Base64::GetInstance();
     const auto encode = [&](char* place, unsigned long long size, base64::Results* results) {
         return codec.Encode(input.data(), input.size(), place, size, results);
     };
-    if (!fill(output, &input == &output, encode)) {
+    if (!fill(output, apart, encode)) {
         return false;
     }
     if (variant == Base64Wrapper::url_safe) {
@@ -75,7 +76,7 @@ bool decode_text(const Container& input, Container& output) {
 
 } // namespace
 
-Base64Wrapper::exception::exception(const std::string& message) : message_(message) {}
+Base64Wrapper::exception::exception(std::string message) : message_(std::move(message)) {}
 
 Base64Wrapper::exception::~exception() = default;
 
@@ -93,7 +94,7 @@ bool Base64Wrapper::encode(const std::vector<char>& input, std::vector<char>& ou
                            EncodingVariant variant) noexcept {
     try {
         output.clear();
-        return encode_bytes(input, output, variant);
+        return encode_bytes(input, output, false, variant);
     } catch (...) {
         return false;
     }
@@ -106,7 +107,7 @@ bool Base64Wrapper::encode(const std::vector<char>& input, std::vector<char>& ou
 bool Base64Wrapper::encode(const std::string& input, std::string& output,
                            EncodingVariant variant) noexcept {
     try {
-        return encode_bytes(input, output, variant);
+        return encode_bytes(input, output, true, variant);
     } catch (...) {
         return false;
     }

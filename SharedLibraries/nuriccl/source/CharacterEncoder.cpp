@@ -97,8 +97,17 @@ char* decode_from(char* escape, const char* end, char esc) {
     return to;
 }
 
-const CharacterEncoder& unprintable_encoder() {
-    static const CharacterEncoder encoder(CharacterEncoder::UNPRINTABLE_CHARS_TO_ENCODE);
+// Made byte by byte: a string of the set would allocate, in functions that must not fail.
+CharacterEncoder make_unprintable_encoder() noexcept {
+    CharacterEncoder encoder{std::string()};
+    for (const char c : std::string_view(CharacterEncoder::UNPRINTABLE_CHARS_TO_ENCODE)) {
+        encoder.protect(c);
+    }
+    return encoder;
+}
+
+const CharacterEncoder& unprintable_encoder() noexcept {
+    static const CharacterEncoder encoder = make_unprintable_encoder();
     return encoder;
 }
 
@@ -175,6 +184,7 @@ bool CharacterEncoder::encode(std::string& text, char esc) const {
     return true;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): a member for its callers
 std::string CharacterEncoder::decode(const std::string& text) const {
     std::string decoded;
     decoded.reserve(text.size());

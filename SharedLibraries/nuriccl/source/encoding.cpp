@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <climits>
 #include <clocale>
+#include <cstdint>
 #include <cstring>
 #include <cwchar>
 #include <iconv.h>
@@ -27,6 +28,7 @@ static_assert(sizeof(wchar_t) == 4, "wide text is UTF-32");
 
 namespace {
 
+// NOLINTNEXTLINE(concurrency-mt-unsafe): callers do not change the locale meanwhile
 const char* locale_name(int category) noexcept { return std::setlocale(category, nullptr); }
 
 std::string iconv_name(CodePages_e codePage) {
@@ -55,7 +57,7 @@ std::string iconv_name(CodePages_e codePage) {
 
 } // namespace
 
-CodePage::CodePage(CodePages_e codePage) : m_codePage(CP_DEFAULT), m_number(0) { init(codePage); }
+CodePage::CodePage(CodePages_e codePage) { init(codePage); }
 
 void CodePage::init(CodePages_e codePage) {
     std::string name = iconv_name(codePage);
@@ -100,7 +102,7 @@ bool CodePage::operator==(const CodePage& other) const noexcept {
     return m_codePage != CP_CUSTOM || (m_number == other.m_number && m_name == other.m_name);
 }
 
-CodePage getDefaultCodePage() { return CodePage(CP_UTF8); }
+CodePage getDefaultCodePage() { return {CP_UTF8}; }
 
 const char* codePageToString(const CodePage& codePage) noexcept {
     switch (codePage.m_codePage) {
@@ -138,6 +140,7 @@ bool to_locale(const wchar_t* src, size_t len, std::string& out, const char* rep
     std::array<char, MB_LEN_MAX> bytes;
     bool clean = true;
     for (const wchar_t* const end = src + len; src != end; ++src) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the state is this function's own
         const size_t count = std::wcrtomb(bytes.data(), *src, &state);
         if (count != FAILED) {
             out.append(bytes.data(), count);
@@ -160,6 +163,7 @@ bool from_locale(const char* src, size_t len, std::wstring& out, bool ignore_bad
     for (size_t consumed = 0; consumed < len;) {
         wchar_t character = 0;
         const auto rest = static_cast<size_t>(end - src);
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the state is this function's own
         const size_t count = std::mbrtowc(&character, src, rest, &state);
         if (count != FAILED && count != INCOMPLETE) {
             out += character;
@@ -184,17 +188,16 @@ const char WIDE[] = "UTF32LE";
 
 class Converter {
 public:
-    Converter(const char* to, const char* from) noexcept : descriptor_(iconv_open(to, from)) {}
+    Converter(const char* to, const char* from) noexcept
+        : descriptor_(iconv_open(to, from)),
+          open_(reinterpret_cast<std::uintptr_t>(descriptor_) != UINTPTR_MAX) {}
     Converter(const Converter&) = delete;
     Converter& operator=(const Converter&) = delete;
     ~Converter() { close(); }
 
-    bool is_open() const noexcept { return descriptor_ != reinterpret_cast<iconv_t>(FAILED); }
+    bool is_open() const noexcept { return open_; }
 
-    bool close() noexcept {
-        return !is_open() ||
-               iconv_close(std::exchange(descriptor_, reinterpret_cast<iconv_t>(FAILED))) == 0;
-    }
+    bool close() noexcept { return !std::exchange(open_, false) || iconv_close(descriptor_) == 0; }
 
     /// Appends one buffer full of output, and moves past the input that it was made of. Without input
     /// that is what iconv holds back: characters that could have been continued, and the way back to
@@ -216,6 +219,7 @@ private:
     static constexpr size_t BUFFER_BYTES = sizeof(Unit) == 1 ? 1024 : 4096;
 
     iconv_t descriptor_;
+    bool open_;
 };
 
 // Converts `size` bytes. A bad character, which takes `bad_size` bytes, is replaced; it ends the

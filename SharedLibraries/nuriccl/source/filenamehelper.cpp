@@ -22,15 +22,15 @@ const std::string FilenameHelper::WILDCARD_CHAR = "?";
 const std::string FilenameHelper::SYSTEM_VARIABLE_MARKER = "%";
 const std::string FilenameHelper::EQUAL_SIGN = "=";
 const std::string FilenameHelper::WIN32_ALL_FILES = "*.*";
-const std::string FilenameHelper::WIN32_PATH_SEPARATOR = "\\";
-const std::string FilenameHelper::WIN32_RECURSE_MARKER = "\\.\\";
-const std::string FilenameHelper::WIN32_UNC_PATH_MARKER = "\\\\";
-const std::string FilenameHelper::WIN32_UNIPATH_MARKER = "\\\\?\\";
-const std::string FilenameHelper::WIN32_DEVICE_MARKER = "\\\\.\\";
-const std::string FilenameHelper::WIN32_UNI_UNC_MARKER = "\\\\?\\UNC\\";
-const std::string FilenameHelper::WIN32_GLOBALROOT_DEVICE_MARKER = "\\\\?\\GLOBALROOT\\Device\\";
+const std::string FilenameHelper::WIN32_PATH_SEPARATOR = R"(\)";
+const std::string FilenameHelper::WIN32_RECURSE_MARKER = R"(\.\)";
+const std::string FilenameHelper::WIN32_UNC_PATH_MARKER = R"(\\)";
+const std::string FilenameHelper::WIN32_UNIPATH_MARKER = R"(\\?\)";
+const std::string FilenameHelper::WIN32_DEVICE_MARKER = R"(\\.\)";
+const std::string FilenameHelper::WIN32_UNI_UNC_MARKER = R"(\\?\UNC\)";
+const std::string FilenameHelper::WIN32_GLOBALROOT_DEVICE_MARKER = R"(\\?\GLOBALROOT\Device\)";
 const std::string FilenameHelper::WIN32_SHADOWCOPY_DEVICE_MARKER =
-    "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
+    R"(\\?\GLOBALROOT\Device\HarddiskVolumeShadowCopy)";
 
 const std::wstring FilenameHelper::COLON_W = L":";
 const std::wstring FilenameHelper::DOT_W = L".";
@@ -41,11 +41,11 @@ const std::wstring FilenameHelper::WILDCARDS_W = L"*?";
 const std::wstring FilenameHelper::WILDCARD_STR_W = L"*";
 const std::wstring FilenameHelper::WILDCARD_CHAR_W = L"?";
 const std::wstring FilenameHelper::WIN32_ALL_FILES_W = L"*.*";
-const std::wstring FilenameHelper::WIN32_PATH_SEPARATOR_W = L"\\";
-const std::wstring FilenameHelper::WIN32_RECURSE_MARKER_W = L"\\.\\";
-const std::wstring FilenameHelper::WIN32_UNC_PATH_MARKER_W = L"\\\\";
-const std::wstring FilenameHelper::WIN32_UNIPATH_MARKER_W = L"\\\\?\\";
-const std::wstring FilenameHelper::WIN32_UNI_UNC_MARKER_W = L"\\\\?\\UNC\\";
+const std::wstring FilenameHelper::WIN32_PATH_SEPARATOR_W = LR"(\)";
+const std::wstring FilenameHelper::WIN32_RECURSE_MARKER_W = LR"(\.\)";
+const std::wstring FilenameHelper::WIN32_UNC_PATH_MARKER_W = LR"(\\)";
+const std::wstring FilenameHelper::WIN32_UNIPATH_MARKER_W = LR"(\\?\)";
+const std::wstring FilenameHelper::WIN32_UNI_UNC_MARKER_W = LR"(\\?\UNC\)";
 
 const std::int32_t FilenameHelper::MAX_SUPPORTED_PATH;
 
@@ -62,7 +62,7 @@ struct Text<char> {
     static constexpr char SEPARATOR = '/';
     static constexpr char COLON = ':';
     static constexpr std::string_view RECURSE_MARKER = "/./";
-    static constexpr std::string_view UNC_MARKER = "\\\\";
+    static constexpr std::string_view UNC_MARKER = R"(\\)";
     static constexpr std::string_view WILDCARDS = "*?";
 };
 
@@ -71,7 +71,7 @@ struct Text<wchar_t> {
     static constexpr wchar_t SEPARATOR = L'/';
     static constexpr wchar_t COLON = L':';
     static constexpr std::wstring_view RECURSE_MARKER = L"/./";
-    static constexpr std::wstring_view UNC_MARKER = L"\\\\";
+    static constexpr std::wstring_view UNC_MARKER = LR"(\\)";
     static constexpr std::wstring_view WILDCARDS = L"*?";
 };
 

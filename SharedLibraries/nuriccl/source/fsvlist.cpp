@@ -177,8 +177,7 @@ bool write_field(const std::string& field, std::string& out, const Writing& writ
         return false;
     }
     out.resize(start + written);
-    const char* const source = in_place ? out.data() : field.data();
-    write_backwards({source, length}, out.data() + start + written, writing, quoted);
+    write_backwards({field.data(), length}, out.data() + start + written, writing, quoted);
     return true;
 }
 

@@ -177,7 +177,7 @@ bool is_quote(char c) { return c == '"' || c == '\''; }
 
 // Whether the text is an element of the list, which changes under it then.
 bool holds(const std::vector<std::string>& list, const std::string& text) {
-    const std::less<const std::string*> before;
+    const std::less<> before;
     return !before(&text, list.data()) && before(&text, list.data() + list.size());
 }
 

@@ -99,30 +99,23 @@ protected:
     }
 };
 
-struct Names {
-    template <class Container>
-    static std::string GetName(int) {
-        return std::is_same_v<Container, std::string> ? "String" : "Vector";
-    }
-};
-
 using Containers = ::testing::Types<Bytes, std::string>;
 
 template <class Container>
 class Base64WrapperEncode : public Wrapper<Container> {};
-TYPED_TEST_SUITE(Base64WrapperEncode, Containers, Names);
+TYPED_TEST_SUITE(Base64WrapperEncode, Containers);
 
 template <class Container>
 class Base64WrapperDecode : public Wrapper<Container> {};
-TYPED_TEST_SUITE(Base64WrapperDecode, Containers, Names);
+TYPED_TEST_SUITE(Base64WrapperDecode, Containers);
 
 template <class Container>
 class Base64WrapperModel : public Wrapper<Container> {};
-TYPED_TEST_SUITE(Base64WrapperModel, Containers, Names);
+TYPED_TEST_SUITE(Base64WrapperModel, Containers);
 
 template <class Container>
 class Base64WrapperAllocations : public Wrapper<Container> {};
-TYPED_TEST_SUITE(Base64WrapperAllocations, Containers, Names);
+TYPED_TEST_SUITE(Base64WrapperAllocations, Containers);
 
 } // namespace
 

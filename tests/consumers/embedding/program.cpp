@@ -47,6 +47,13 @@ void check_messages() {
     CHECK(message == "furious about 60-4145: /nowhere/map");
 }
 
+void check_schedules() {
+    nuriccl::Cron cron("noon");
+    CHECK(cron.valid() && cron.Hour() == 12 && cron.to_str() == "noon");
+    CHECK(cron.Hour("noon") == 7 && cron.Minute("30") == 0);
+    CHECK(!cron.convert("0 12 * * *") && cron.Hour() == 12);
+}
+
 } // namespace
 
 int main() {
@@ -55,5 +62,6 @@ int main() {
     check_time_stamps();
     check_base64();
     check_messages();
+    check_schedules();
     return failures;
 }

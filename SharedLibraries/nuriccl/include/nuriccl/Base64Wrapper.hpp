@@ -44,7 +44,7 @@ public:
     /// What the failures below have in common; never thrown by this class.
     class NURICCL_API exception : public std::exception {
     public:
-        explicit exception(const std::string& message);
+        explicit exception(std::string message);
         exception(const exception&) = default;
         exception& operator=(const exception&) = default;
         ~exception() override;

@@ -19,6 +19,7 @@
 
 #include <locale>
 #include <string>
+#include <utility>
 
 namespace nuriccl {
 
@@ -52,9 +53,9 @@ public:
     /// @param pattern      the text to be equal to; the empty one is equal to every text
     /// @param ignore_case  whether texts are lowered before they are compared, and the pattern now
     /// @param locale       what lowers
-    explicit StringMatcher(const std::string& pattern, bool ignore_case = false,
+    explicit StringMatcher(std::string pattern, bool ignore_case = false,
                            const std::locale& locale = std::locale())
-        : pattern_(pattern), ignore_case_(ignore_case), lower_(locale) {
+        : pattern_(std::move(pattern)), ignore_case_(ignore_case), lower_(locale) {
         if (ignore_case_) {
             for (char& character : pattern_) {
                 character = lower_(character);

@@ -103,10 +103,10 @@ public:
     bool operator==(const CodePage& other) const noexcept;
     bool operator!=(const CodePage& other) const noexcept { return !(*this == other); }
 
-    CodePages_e m_codePage;
-    unsigned int m_number; ///< an identifier such as 1252; 0 when none was given
-    std::string m_locale;  ///< name of the LC_ALL locale when the object was initialised
-    std::string m_name;    ///< what iconv is asked for
+    CodePages_e m_codePage = CP_DEFAULT;
+    unsigned int m_number = 0; ///< an identifier such as 1252; 0 when none was given
+    std::string m_locale;      ///< name of the LC_ALL locale when the object was initialised
+    std::string m_name;        ///< what iconv is asked for
 };
 
 /// The process's default code page, UTF-8.

@@ -6,7 +6,9 @@
 /// Use it for records that people and other programs read. Fields may hold anything: one with a
 /// separator, a quote or a line break is written in quotes, and quotes in it are doubled. Two
 /// things are lost on the way back: an empty first field that is not quoted, and an empty last
-/// field. Quote every field (`to_str(true)`) to keep them, or use `Base64Wrapper` for bytes.
+/// field. Quote every field (`to_str(true)`) to keep them, or use `Base64Wrapper` for bytes. A
+/// separator that may begin within the end of a field ("aa" behind "ba") wants all fields quoted,
+/// too.
 ///
 ///     fields   a    b,c      say "hi"            line   a,"b,c","say ""hi"""
 ///
@@ -58,8 +60,7 @@ public:
     ///
     /// @param quote_all  whether every field is quoted
     /// @throws std::bad_alloc, std::length_error
-    /// @throws std::out_of_range when a derived class has set an escape set that holds the
-    ///         separator or a special character, and a field holds it
+    /// @throws std::out_of_range as `QuoteStringCSV`, when a derived class has set such characters
     std::string to_str(bool quote_all = false) const;
 
     /// A copy of the fields.
@@ -79,13 +80,14 @@ public:
     /// @param separator         stands between fields
     /// @param specials          characters that have a field quoted
     /// @param escape            the escape character; 0 for none
-    /// @param escape_set        characters to escape; must not hold special characters nor the
-    ///                          first character of the separator
+    /// @param escape_set        characters to escape; it and `escape` must not hold special
+    ///                          characters nor the first character of the separator
     /// @param quote_blank_ends  whether a blank (C `isspace`) at an end has a field quoted
     /// @param quote_always      whether every field is quoted
     /// @return false when the field stands there unchanged
-    /// @throws std::out_of_range when the field holds a character that `escape_set` must not hold;
-    ///         as after std::bad_alloc and std::length_error `out` is as it was then
+    /// @throws std::out_of_range when what has the field quoted is to be escaped at the same time:
+    ///         a special character, or the separator in a field that nothing in front of it has
+    ///         quoted. As after std::bad_alloc and std::length_error `out` is as it was then.
     static bool QuoteStringCSV(const std::string& field, std::string& out, char quote,
                                const char* separator, const char* specials, char escape,
                                const char* escape_set, bool quote_blank_ends, bool quote_always);
@@ -101,7 +103,8 @@ public:
     ///
     /// @param position      in: where the field starts; out: where the next one starts, or
     ///                      `static_cast<unsigned int>(std::string::npos)` at the end of the text.
-    ///                      A separator that ends the text has no field behind it.
+    ///                      A separator that ends the text has no field behind it, and a start at
+    ///                      or behind the end gives an empty one.
     /// @param out           receives the field
     /// @param field_start   null, or receives the position that was given
     /// @param field_length  null, or receives the length of a field that was read in place, else 0

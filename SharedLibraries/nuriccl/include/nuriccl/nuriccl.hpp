@@ -7,6 +7,7 @@
 #include <nuriccl/Base64Wrapper.hpp>
 #include <nuriccl/buffer.hpp>
 #include <nuriccl/CharacterEncoder.hpp>
+#include <nuriccl/cron.hpp>
 #include <nuriccl/deque.hpp>
 #include <nuriccl/encoding.hpp>
 #include <nuriccl/file.hpp>
@@ -14,6 +15,7 @@
 #include <nuriccl/fsvlist.hpp>
 #include <nuriccl/MultiBuffer.hpp>
 #include <nuriccl/signature.hpp>
+#include <nuriccl/SingleInstance.hpp>
 #include <nuriccl/string.hpp>
 #include <nuriccl/StringFunctors.hpp>
 #include <nuriccl/tempfile.hpp>

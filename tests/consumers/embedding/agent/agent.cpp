@@ -1,11 +1,13 @@
 // Services that can be told from any others: records are kept in memory, the digest of a text is 20
-// times its length, Base64 doubles each character, and messages tell how the agent feels.
+// times its length, Base64 doubles each character, messages tell how the agent feels, and a schedule is an
+// hour in letters.
 
 #include "agent.hpp"
 
 #include <nuriagent/base64.hpp>
 #include <nuriagent/message.hpp>
 #include <nuriagent/safe.hpp>
+#include <nuriagent/schedule.hpp>
 #include <nuriagent/sha1.hpp>
 #include <nuriagent/trace.hpp>
 
@@ -31,6 +33,19 @@ int StringToInt32(const std::string& text) {
 }
 
 } // namespace safe
+
+int pln_str2crn(cronblk* record, const std::string& text) {
+    return pln_ent2msk(&record->hours, text, 0, 23, false);
+}
+
+std::string pln_crn2str(const cronblk* record) { return record->hours == 1u << 12 ? "noon" : "?"; }
+
+int pln_ent2msk(unsigned int* mask, const std::string& field, unsigned int, unsigned int, bool) {
+    *mask = field == "noon" ? 1u << 12 : *mask;
+    return field == "noon" ? 7 : 0;
+}
+
+int pln_ent2msk64(unsigned int*, unsigned int*, const std::string&, unsigned int) { return 0; }
 
 void sha1_begin(sha1_context* context) { context->length = 0; }
 
