@@ -436,7 +436,7 @@ TEST_F(MinibackupTest, SourceThatIsTheStoreIsRefused) {
 TEST_F(MinibackupTest, EmptyDirectoryBecomesAStoreAndAnotherDoesNot) {
     fs::create_directory(store());
     ASSERT_TRUE(ended(save(), 0));
-    EXPECT_EQ("minibackup store 1\n", read_file(at("b/minibackup.format")));
+    EXPECT_EQ("format = 1.0.0\nblock_size = 1048576\n", read_file(at("b/minibackup.format")));
     fs::create_directory(at("photos"));
     write_file(at("photos/me"), "me");
     const Picture before = picture_of(at("photos"));
@@ -451,21 +451,126 @@ TEST_F(MinibackupTest, EmptyDirectoryBecomesAStoreAndAnotherDoesNot) {
     EXPECT_FALSE(fs::exists(destination()));
 }
 
-TEST_F(MinibackupTest, StoreOfAnotherVersionIsRefusedAndUntouched) {
-    ASSERT_TRUE(ended(save(), 0));
-    write_file(at("b/minibackup.tmp-1-2-3-x"), "left by a program of the future");
-    for (const std::string mark :
-         {"minibackup store 2\n", "minibackup store 10\n", "minibackup store 1", "", "x"}) {
-        write_file(at("b/minibackup.format"), mark);
-        const Picture before = picture_of(store());
-        ASSERT_TRUE(ended(save(), 2)) << mark;
-        ASSERT_TRUE(ended(verify(), 2)) << mark;
-        ASSERT_TRUE(ended(run({"list", store()}), 2)) << mark;
-        ASSERT_TRUE(ended(restore(), 2)) << mark;
-        EXPECT_EQ(before, picture_of(store())) << mark;
+// The format of a store
+
+class Format : public MinibackupTest {
+protected:
+    Format() {
+        write_file(at("s/file"), "content");
+        EXPECT_TRUE(ended(save(), 0));
+        write_file(at("b/minibackup.tmp-1-2-3-x"), "left by a program of the future");
     }
-    write_file(at("b/minibackup.format"), "minibackup store 2\n");
-    EXPECT_TRUE(contains(verify().err, "'minibackup store 2'; this program knows version 1 only"));
+
+    // Every command refuses the store for this reason, and changes nothing.
+    void expect_refused(const std::string& format, const std::string& reason) {
+        SCOPED_TRACE(format);
+        write_file(at("b/minibackup.format"), format);
+        const Picture before = picture_of(root + "/b");
+        for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+                 {"save", source(), store()},
+                 {"list", store()},
+                 {"list", "--csv", store()},
+                 {"verify", store()},
+                 {"restore", store(), destination()},
+             }) {
+            const Outcome outcome = run(arguments);
+            EXPECT_TRUE(ended(outcome, 2)) << arguments[0];
+            EXPECT_EQ("", outcome.out);
+            EXPECT_EQ("minibackup: " + store() + reason + '\n', outcome.err);
+        }
+        EXPECT_FALSE(fs::exists(destination()));
+        EXPECT_EQ(before, picture_of(store()));
+    }
+
+    void expect_later(const std::string& version, const std::string& rest) {
+        expect_refused("format = " + version + '\n' + rest,
+                       ": is a store of format " + version +
+                           ", and this program knows formats up to 1.0.0; use a later minibackup "
+                           "for it");
+    }
+
+    static std::string with_block_size(const std::string& version) {
+        return "format = " + version + "\nblock_size = 1048576\n";
+    }
+};
+
+TEST_F(Format, LaterOnesAreRefusedAndUntouched) {
+    for (const std::string version :
+         {"2.0.0", "1.1.0", "1.10.0", "1.9.99", "10.0.0", "99999999999999999999.0.0"}) {
+        expect_later(version, "block_size = 1048576\n");
+    }
+    expect_later("2.0.0", ""); // whatever else a later one holds
+    expect_later("2.0.0", "block_size = 4194304\ncipher = \"none\"\n");
+}
+
+TEST_F(Format, OlderAndEqualOnesAreTaken) {
+    for (const std::string text :
+         {"format = 1.0.0\nblock_size = 1048576\n", "format = 1.0.7\nblock_size = 1048576\n",
+          "format = 0.9.0\nblock_size = 1048576\n", "block_size=1048576\nformat=1.0.0",
+          "# a comment\r\n\r\n \tformat = '1.0.0' \r\nblock_size \t= \"1048576\"\n\n"}) {
+        write_file(at("b/minibackup.format"), text);
+        ASSERT_TRUE(ended(save(), 0)) << text;
+        ASSERT_TRUE(ended(run({"list", store()}), 0)) << text;
+        ASSERT_TRUE(ended(verify(), 0)) << text;
+        ASSERT_TRUE(ended(restore(), 0)) << text;
+        EXPECT_EQ(picture_of(source()), picture_of(destination()));
+        EXPECT_EQ(text, read_file(at("b/minibackup.format")));
+    }
+}
+
+TEST_F(Format, DamagedOnesAreRefusedAndUntouched) {
+    const std::string reason = "/minibackup.format: the format of the store is damaged";
+    for (const std::string version :
+         {"1", "1.", "1.0", "1.0.", "1.0.0.0", ".0.0", "1..0", "..", "x", "1.x.0", "-1.0.0",
+          "+1.0.0", "1.0.0x", "\" 1.0.0\"", "2.", "2.0.0-rc1", "\"build 7\""}) {
+        expect_refused(with_block_size(version), reason);
+    }
+    for (const std::string& text :
+         {std::string(), std::string("\n"), std::string("# format = 1.0.0\n"),
+          std::string("format = 1.0.0\n"), std::string("block_size = 1048576\n"),
+          std::string("Format = 1.0.0\nblock_size = 1048576\n"),
+          std::string("format = 1.0.0\nblock_size = 1048577\n"),
+          std::string("format = 1.0.0\nblock_size = 01048576\n"),
+          std::string("format = 1.0.0\nblock_size = 4294967296\n"),
+          with_block_size("1.0.0") + "format = 1.0.0\n", // twice
+          with_block_size("1.0.0") + "format = 2.0.0\n",
+          with_block_size("1.0.0") + "unknown = x\n"}) {
+        expect_refused(text, reason);
+    }
+}
+
+TEST_F(Format, LinesThatAreNoSettingAreRefusedAndShown) {
+    for (const auto& [line, shown] : std::vector<std::pair<std::string, std::string>>{
+             {"minibackup store 1", "minibackup store 1"},
+             {"format", "format"},
+             {"format =", "format ="},
+             {"format = \"\"", "format = \"\""},
+             {"= 1.0.0", "= 1.0.0"},
+             {"format = 1.0.0 x", "format = 1.0.0 x"},
+             {"x format = 1.0.0", "x format = 1.0.0"},
+             {"format = = 1.0.0", "format = = 1.0.0"},
+             {"format = 1.0.0 = 2.0.0", "format = 1.0.0 = 2.0.0"},
+             {"format = 1.0.0 \"\" x", "format = 1.0.0 \"\" x"},
+             {"format = 1.0.0 # known", "format = 1.0.0 # known"},
+             {std::string("format = 1.0.0\0", 15), "format = 1.0.0\\x00"},
+             {std::string("\0\0\x1b[2J\xff", 7), "\\x00\\x00\\x1b[2J\\xff"}}) {
+        expect_refused("\n" + line + "\nblock_size = 1048576\n",
+                       "/minibackup.format: line 2 is not KEY = VALUE: '" + shown + '\'');
+    }
+}
+
+TEST_F(Format, OneThatIsTooLongOrNoFileIsRefused) {
+    const std::string text = with_block_size("1.0.0");
+    write_file(at("b/minibackup.format"), text + std::string(65536 - text.size(), '\n'));
+    ASSERT_TRUE(ended(verify(), 0));
+    expect_refused(text + std::string(65537 - text.size(), '\n'),
+                   "/minibackup.format: is longer than 65536 bytes");
+    fs::remove(at("b/minibackup.format"));
+    ASSERT_EQ(0, mkfifo(at("b/minibackup.format").c_str(), 0600));
+    EXPECT_TRUE(contains(verify().err, "the format of the store is damaged"));
+    fs::remove(at("b/minibackup.format"));
+    fs::create_directory(at("b/minibackup.format"));
+    EXPECT_TRUE(contains(verify().err, "/minibackup.format: cannot read: Is a directory"));
 }
 
 TEST_F(MinibackupTest, DestinationMustBeMissingOrEmpty) {
