@@ -52,11 +52,6 @@ bool exists(int directory, const std::string& name, const std::string& path) {
     return found;
 }
 
-void make_directory(int directory, const std::string& name, const std::string& path) {
-    const bool there = mkdirat(directory, name.c_str(), 0700) == 0 || errno == EEXIST;
-    check(there ? 0 : -1, path, "cannot create");
-}
-
 Descriptor create(int directory, const std::string& name, const std::string& path) {
     return open_at(directory, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, path, 0600);
 }
@@ -185,7 +180,6 @@ std::string next_run(const std::vector<std::string>& runs, const timespec& time)
 
 // Opens the directory under a lock, and makes a store of it if there is nothing in it.
 Descriptor StoreWriter::prepare(const std::string& path) {
-    make_directory(AT_FDCWD, path, path);
     Descriptor root = open_at(AT_FDCWD, path, OPEN_DIRECTORY, path);
     check(flock(root.get(), LOCK_SH), path, "cannot lock");
     if (exists(root.get(), MARKER, path)) {

@@ -29,10 +29,15 @@
 /// A save that is killed leaves temporary files, which the next save removes, and blocks in no run, which
 /// the next save uses.
 ///
-/// Two saves at once are not a supported way of working, but do no harm: temporary names are unique and
-/// created exclusively, equal blocks replace each other, and runs are numbered under a lock. Every save
-/// holds a shared lock on STORE as long as it lives, and removes temporary files only when it gets the
-/// lock exclusively: when nobody else is writing any.
+/// One save at a time writes: it has the lock of the store (see lock.hpp). Where that does not reach, as on
+/// another machine, two saves at once do no harm: temporary names are unique and created exclusively, equal
+/// blocks replace each other, and runs are numbered under a lock. Every save holds a shared lock on STORE
+/// as long as it lives, and removes temporary files only when it gets the lock exclusively: when nobody
+/// else is writing any.
+///
+/// Who reads needs no lock, and waits for nobody: the runs it finds and their blocks are whole, nothing
+/// ever changes or removes them, and it does not look at temporary files. A run that is renamed after the
+/// directory was read is not seen; that reader came before it.
 
 #include "os.hpp"
 
@@ -82,10 +87,10 @@ private:
     std::string block_signature_; // of `block_`; empty when that is no block
 };
 
-/// A store for saving.
+/// A store for saving. Its lock is to be held as long as it lives.
 class StoreWriter : public Store {
 public:
-    /// Opens a store, or makes one of a directory that is missing or empty.
+    /// Opens a store, or makes one of an empty directory.
     explicit StoreWriter(const std::string& path);
 
     /// Removes what was not published, but for the blocks that are in their place.
