@@ -1062,6 +1062,7 @@ TEST_F(MinibackupTest, SaveThatIsKilledAtAnyMomentLeavesAnIntactStore) {
         usleep(static_cast<useconds_t>(random() % static_cast<std::uint32_t>(whole_save)));
         kill(process, SIGKILL);
         wait_for(process);
+        remove_lock();
         if (fs::exists(at("b/minibackup.format"))) {
             ASSERT_TRUE(ended(verify(), 0));
             ASSERT_LE(saved, runs().size());
