@@ -1,9 +1,9 @@
 #include "manifest.hpp"
 
-#include "fields.hpp"
 #include "names.hpp"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 #include <nuriccl/util.hpp>
@@ -20,7 +20,6 @@ using Kind = Record::Kind;
 const std::string FIRST_LINE_START = "minibackup manifest ";
 const std::string FIRST_LINE = FIRST_LINE_START + "1";
 const std::string SIGNATURE_START = "signature ";
-constexpr char SEPARATOR = ' ';
 
 // First fields of the records and how many fields they have, by kind.
 const std::array<std::string, 7> KINDS = {"dir", "leave", "link", "file", "block", "zeros", "end"};
@@ -117,8 +116,8 @@ std::string ManifestWriter::finish() {
     return store_.publish(time_);
 }
 
-void ManifestWriter::line(std::initializer_list<std::string> fields) {
-    buffer_.append(join_fields(fields, SEPARATOR)) += '\n';
+void ManifestWriter::line(std::vector<std::string> fields) {
+    buffer_.append(fields_.write(std::move(fields))) += '\n';
     if (buffer_.size() >= WRITE_SIZE) {
         flush();
     }
@@ -157,9 +156,9 @@ void ManifestReader::start() {
         throw Error(file_path_,
                     "is a '" + readable(line_) + "'; this program knows version 1 only");
     }
-    require(read_line() && field_count_ == 4 && fields_[0] == "saved");
+    require(read_line() && fields_.size() == 4 && fields_[0] == "saved");
     read_time(time_, 1);
-    require(read_line() && field_count_ == 2 && fields_[0] == "source");
+    require(read_line() && fields_.size() == 2 && fields_[0] == "source");
     require(decode_name(source_, fields_[1]));
 }
 
@@ -182,7 +181,7 @@ bool ManifestReader::read(Record& record) {
     }
     const auto kind =
         static_cast<std::size_t>(std::find(KINDS.begin(), KINDS.end(), fields_[0]) - KINDS.begin());
-    require(kind < KINDS.size() && field_count_ == FIELD_COUNTS[kind]);
+    require(kind < KINDS.size() && fields_.size() == FIELD_COUNTS[kind]);
     record.kind = static_cast<Kind>(kind);
     require(in_file_ == (record.kind >= Kind::BLOCK));
     require(begun_ != open_.empty());
@@ -223,7 +222,7 @@ void ManifestReader::read_entry(Record& record) {
 }
 
 void ManifestReader::read_piece(Record& record) {
-    require(parse(record.length, fields_[field_count_ - 1]));
+    require(parse(record.length, fields_[fields_.size() - 1]));
     if (record.kind == Kind::END) {
         require(record.length == file_size_);
         in_file_ = false;
@@ -263,11 +262,7 @@ bool ManifestReader::read_line() {
     if (!next_line()) {
         return false;
     }
-    FieldReader reader(line_, SEPARATOR);
-    for (field_count_ = 0; reader.more(); ++field_count_) {
-        require(field_count_ < fields_.size() && reader.read(fields_[field_count_]));
-    }
-    require(field_count_ != 0);
+    require(fields_.read(line_) && fields_.size() != 0);
     return true;
 }
 
