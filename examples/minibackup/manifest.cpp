@@ -78,18 +78,17 @@ void ManifestWriter::write(const Record& record) {
 }
 
 void ManifestWriter::write_entry(const Record& record) {
-    const std::string& kind = KINDS[static_cast<std::size_t>(record.kind)];
-    const std::string mode = to_str(record.mode, std::oct);
-    const std::string seconds = to_str(record.mtime.tv_sec);
-    const std::string nanoseconds = to_str(record.mtime.tv_nsec);
-    const std::string time = time_text(record.mtime);
-    const std::string name = encode_name(record.name);
-    file_start_ = written_ + buffer_.size();
+    std::vector<std::string> fields = {KINDS[static_cast<std::size_t>(record.kind)],
+                                       to_str(record.mode, std::oct),
+                                       to_str(record.mtime.tv_sec),
+                                       to_str(record.mtime.tv_nsec),
+                                       time_text(record.mtime),
+                                       encode_name(record.name)};
     if (record.kind == Kind::LINK) {
-        line({kind, mode, seconds, nanoseconds, time, name, encode_name(record.target)});
-    } else {
-        line({kind, mode, seconds, nanoseconds, time, name});
+        fields.push_back(encode_name(record.target));
     }
+    file_start_ = written_ + buffer_.size();
+    line(std::move(fields));
 }
 
 void ManifestWriter::abandon_file() {
@@ -117,7 +116,7 @@ std::string ManifestWriter::finish() {
 }
 
 void ManifestWriter::line(std::vector<std::string> fields) {
-    buffer_.append(fields_.write(std::move(fields))) += '\n';
+    buffer_.append(FieldList(FIELD_SEPARATOR).write(std::move(fields))) += '\n';
     if (buffer_.size() >= WRITE_SIZE) {
         flush();
     }

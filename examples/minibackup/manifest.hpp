@@ -86,11 +86,10 @@ private:
     StoreWriter& store_;
     const timespec time_ = now();
     Descriptor file_;
-    FieldList fields_{FIELD_SEPARATOR}; // of the last line
-    std::string buffer_;                // what is not written yet
-    std::uint64_t written_ = 0;         // bytes
-    std::uint64_t file_start_ = 0;      // where the record of the last file begins
-    std::uint64_t zeros_ = 0;           // bytes of the last file that no record tells of yet
+    std::string buffer_;           // what is not written yet
+    std::uint64_t written_ = 0;    // bytes
+    std::uint64_t file_start_ = 0; // where the record of the last file begins
+    std::uint64_t zeros_ = 0;      // bytes of the last file that no record tells of yet
 };
 
 class ManifestReader {
