@@ -28,12 +28,14 @@ constexpr std::array<std::size_t, 7> FIELD_COUNTS = {6, 1, 7, 6, 3, 2, 2};
 constexpr std::size_t WRITE_SIZE = 0x10000;
 constexpr std::uint64_t FILE_SIZE_MAX = std::numeric_limits<std::int64_t>::max();
 
+// Reads a number in its only form.
 template <class Number>
 bool parse(Number& number, const std::string& field, int radix = 10) {
     const char* const end = field.data() + field.size();
     const auto [stop, error] = std::from_chars(field.data(), end, number, radix);
-    return error == std::errc() && stop == end &&
-           field == to_str(number, radix == 8 ? std::oct : std::dec);
+    std::array<char, 24> digits;
+    const auto written = std::to_chars(digits.begin(), digits.end(), number, radix);
+    return error == std::errc() && stop == end && field == std::string(digits.begin(), written.ptr);
 }
 
 const unsigned char* to_bytes(const char* text) {
