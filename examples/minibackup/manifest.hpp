@@ -79,7 +79,7 @@ public:
     std::string finish();
 
 private:
-    void write_entry(const Record& entry);
+    void write_entry(const Record& record);
     void line(std::vector<std::string> fields);
     void flush();
 
