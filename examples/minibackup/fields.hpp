@@ -2,33 +2,38 @@
 
 /// @file
 /// Lines of fields with a separator between them, in the manner of CSV: a field stands in quotes when it
-/// holds the separator, a quote or a line break, and a quote in it is doubled. See `nuriccl::FSVList`.
+/// holds the separator, a quote or a line break, and a quote in it is doubled.
 
-#include <initializer_list>
+#include <algorithm>
+#include <cstddef>
+#include <nuriccl/fsvlist.hpp>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace minibackup {
 
-/// The line of these fields, of which none is empty.
-std::string join_fields(std::initializer_list<std::string> fields, char separator);
-
-/// Takes the fields of a line, one at each call.
-class FieldReader {
+/// The fields of a line, of which none is empty.
+class FieldList : nuriccl::FSVList {
 public:
-    /// The line must outlive the reader.
-    FieldReader(const std::string& line, char separator) : line_(line), separator_{separator, 0} {}
+    explicit FieldList(char separator) : FSVList({separator}) {}
 
-    /// Whether there is a field left. An empty line has none.
-    bool more() const noexcept { return next_ < line_.size(); }
+    std::size_t size() const noexcept { return fields_.size(); }
+    const std::string& operator[](std::size_t i) const { return fields_[i]; }
 
-    /// Takes the next field.
-    /// @return false when it does not stand there as `join_fields` writes it
-    bool read(std::string& field);
+    /// Takes the fields and returns their line.
+    std::string write(std::vector<std::string> fields) {
+        fields_ = std::move(fields);
+        return to_str();
+    }
 
-private:
-    const std::string& line_;
-    const char separator_[2];
-    unsigned int next_ = 0;
+    /// Takes the fields of a line.
+    /// @return false when the line is not what `write` makes of any fields
+    bool read(const std::string& line) {
+        const auto is_empty = [](const std::string& field) { return field.empty(); };
+        return parse(line).to_str() == line &&
+               std::none_of(fields_.begin(), fields_.end(), is_empty);
+    }
 };
 
 } // namespace minibackup

@@ -103,8 +103,9 @@ void print_for_people(const Row& row) {
 }
 
 void print_csv(const Row& row) {
-    std::puts(join_fields({encode_name(row[0]), row[1], row[2], row[3], encode_name(row[4])}, ',')
-                  .c_str());
+    const std::string line =
+        FieldList(',').write({encode_name(row[0]), row[1], row[2], row[3], encode_name(row[4])});
+    std::puts(line.c_str());
 }
 
 } // namespace

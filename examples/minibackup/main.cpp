@@ -272,10 +272,11 @@ int run_command(const Command& command, int argc, char** argv) {
         if (letter == 'h') {
             return print_help(command);
         }
+        const std::string value = optarg != nullptr ? optarg : "";
         if (letter == 'o') {
-            add_options_of_file(command, optarg, options);
+            add_options_of_file(command, value, options);
         } else {
-            set(options, letter, optarg != nullptr ? optarg : "");
+            set(options, letter, value);
         }
     }
     const Arguments arguments(argv + optind, argv + argc);

@@ -1,9 +1,9 @@
 #include "manifest.hpp"
 
-#include "fields.hpp"
 #include "names.hpp"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 #include <nuriccl/util.hpp>
@@ -20,7 +20,6 @@ using Kind = Record::Kind;
 const std::string FIRST_LINE_START = "minibackup manifest ";
 const std::string FIRST_LINE = FIRST_LINE_START + "1";
 const std::string SIGNATURE_START = "signature ";
-constexpr char SEPARATOR = ' ';
 
 // First fields of the records and how many fields they have, by kind.
 const std::array<std::string, 7> KINDS = {"dir", "leave", "link", "file", "block", "zeros", "end"};
@@ -29,12 +28,14 @@ constexpr std::array<std::size_t, 7> FIELD_COUNTS = {6, 1, 7, 6, 3, 2, 2};
 constexpr std::size_t WRITE_SIZE = 0x10000;
 constexpr std::uint64_t FILE_SIZE_MAX = std::numeric_limits<std::int64_t>::max();
 
+// Reads a number in its only form.
 template <class Number>
 bool parse(Number& number, const std::string& field, int radix = 10) {
     const char* const end = field.data() + field.size();
     const auto [stop, error] = std::from_chars(field.data(), end, number, radix);
-    return error == std::errc() && stop == end &&
-           field == to_str(number, radix == 8 ? std::oct : std::dec);
+    std::array<char, 24> digits;
+    const auto written = std::to_chars(digits.begin(), digits.end(), number, radix);
+    return error == std::errc() && stop == end && field == std::string(digits.begin(), written.ptr);
 }
 
 const unsigned char* to_bytes(const char* text) {
@@ -79,18 +80,17 @@ void ManifestWriter::write(const Record& record) {
 }
 
 void ManifestWriter::write_entry(const Record& record) {
-    const std::string& kind = KINDS[static_cast<std::size_t>(record.kind)];
-    const std::string mode = to_str(record.mode, std::oct);
-    const std::string seconds = to_str(record.mtime.tv_sec);
-    const std::string nanoseconds = to_str(record.mtime.tv_nsec);
-    const std::string time = time_text(record.mtime);
-    const std::string name = encode_name(record.name);
-    file_start_ = written_ + buffer_.size();
+    std::vector<std::string> fields = {KINDS[static_cast<std::size_t>(record.kind)],
+                                       to_str(record.mode, std::oct),
+                                       to_str(record.mtime.tv_sec),
+                                       to_str(record.mtime.tv_nsec),
+                                       time_text(record.mtime),
+                                       encode_name(record.name)};
     if (record.kind == Kind::LINK) {
-        line({kind, mode, seconds, nanoseconds, time, name, encode_name(record.target)});
-    } else {
-        line({kind, mode, seconds, nanoseconds, time, name});
+        fields.push_back(encode_name(record.target));
     }
+    file_start_ = written_ + buffer_.size();
+    line(std::move(fields));
 }
 
 void ManifestWriter::abandon_file() {
@@ -117,8 +117,8 @@ std::string ManifestWriter::finish() {
     return store_.publish(time_);
 }
 
-void ManifestWriter::line(std::initializer_list<std::string> fields) {
-    buffer_.append(join_fields(fields, SEPARATOR)) += '\n';
+void ManifestWriter::line(std::vector<std::string> fields) {
+    buffer_.append(FieldList(FIELD_SEPARATOR).write(std::move(fields))) += '\n';
     if (buffer_.size() >= WRITE_SIZE) {
         flush();
     }
@@ -157,9 +157,9 @@ void ManifestReader::start() {
         throw Error(file_path_,
                     "is a '" + readable(line_) + "'; this program knows version 1 only");
     }
-    require(read_line() && field_count_ == 4 && fields_[0] == "saved");
+    require(read_line() && fields_.size() == 4 && fields_[0] == "saved");
     read_time(time_, 1);
-    require(read_line() && field_count_ == 2 && fields_[0] == "source");
+    require(read_line() && fields_.size() == 2 && fields_[0] == "source");
     require(decode_name(source_, fields_[1]));
 }
 
@@ -182,7 +182,7 @@ bool ManifestReader::read(Record& record) {
     }
     const auto kind =
         static_cast<std::size_t>(std::find(KINDS.begin(), KINDS.end(), fields_[0]) - KINDS.begin());
-    require(kind < KINDS.size() && field_count_ == FIELD_COUNTS[kind]);
+    require(kind < KINDS.size() && fields_.size() == FIELD_COUNTS[kind]);
     record.kind = static_cast<Kind>(kind);
     require(in_file_ == (record.kind >= Kind::BLOCK));
     require(begun_ != open_.empty());
@@ -223,7 +223,7 @@ void ManifestReader::read_entry(Record& record) {
 }
 
 void ManifestReader::read_piece(Record& record) {
-    require(parse(record.length, fields_[field_count_ - 1]));
+    require(parse(record.length, fields_[fields_.size() - 1]));
     if (record.kind == Kind::END) {
         require(record.length == file_size_);
         in_file_ = false;
@@ -263,11 +263,7 @@ bool ManifestReader::read_line() {
     if (!next_line()) {
         return false;
     }
-    FieldReader reader(line_, SEPARATOR);
-    for (field_count_ = 0; reader.more(); ++field_count_) {
-        require(field_count_ < fields_.size() && reader.read(fields_[field_count_]));
-    }
-    require(field_count_ != 0);
+    require(fields_.read(line_) && fields_.size() != 0);
     return true;
 }
 

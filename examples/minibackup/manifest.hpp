@@ -31,18 +31,19 @@
 ///
 /// Both classes handle a manifest as a stream, in constant memory.
 
+#include "fields.hpp"
 #include "store.hpp"
 
-#include <array>
 #include <cstdint>
 #include <fstream>
-#include <initializer_list>
 #include <nuriccl/signature.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace minibackup {
+
+constexpr char FIELD_SEPARATOR = ' ';
 
 struct Record {
     enum class Kind { DIRECTORY, LEAVE, LINK, FILE, BLOCK, ZEROS, END };
@@ -78,8 +79,8 @@ public:
     std::string finish();
 
 private:
-    void write_entry(const Record& entry);
-    void line(std::initializer_list<std::string> fields);
+    void write_entry(const Record& record);
+    void line(std::vector<std::string> fields);
     void flush();
 
     StoreWriter& store_;
@@ -127,8 +128,7 @@ private:
     std::optional<nuriccl::Signature> signature_; // of the lines so far
     std::string line_;
     std::uint64_t line_number_ = 0;
-    std::array<std::string, 7> fields_; // of the line, as many as a record can have
-    std::size_t field_count_ = 0;
+    FieldList fields_{FIELD_SEPARATOR}; // of the line
 
     timespec time_ = {};
     std::string source_;

@@ -24,14 +24,16 @@ std::string read_text(int file, const std::string& path) {
     return text;
 }
 
-// Whether the line is three words, of which keyed values would leave out those around them.
+// Whether the line is three words, of which keyed values would leave out those around them. What follows
+// a line is a word of its own only when no quote and no escape was left open.
 bool is_three_words(const std::string& line) {
-    const char* cursor = line.c_str();
+    const std::string text = line + " .";
+    const char* cursor = text.c_str();
     int count = 0;
     for (std::string word; nuriccl::string::unixshellstring_get_word(&cursor, word);) {
         ++count;
     }
-    return count == 3 && cursor == line.c_str() + line.size();
+    return count == 4 && cursor == text.c_str() + text.size();
 }
 
 } // namespace

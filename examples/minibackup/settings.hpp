@@ -9,9 +9,8 @@
 ///
 /// Each line that is neither blank nor a comment has one key and one value, both words as
 /// `nuriccl::string::unixshellstring_get_word` reads them: quotes of either kind keep a word together, and
-/// a backslash, also in quotes, lets the next character stand for itself. There are no empty values. Lines
-/// are read one by one, so that a quote which stays open does not take in the lines that follow, and so
-/// that a key may come more than once; a value holds no line break for that.
+/// a backslash, also in quotes, lets the next character stand for itself. There are no empty values, and a
+/// quote or backslash that is left open at the end of its line is a fault. A key may come more than once.
 
 #include <string>
 #include <vector>
