@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <map>
 #include <nuriccl/signature.hpp>
 #include <nuriccl/string.hpp>
@@ -11,6 +12,7 @@
 #include <nuriccl/Version.hpp>
 #include <nuriccl/Zlib.hpp>
 #include <sys/file.h>
+#include <thread>
 #include <unistd.h>
 
 namespace minibackup {
@@ -164,6 +166,18 @@ std::string unique_name() {
                                      time.tv_nsec, static_cast<unsigned int>(getpid()));
 }
 
+// Whether nobody else has the directory locked. A save that is killed is given some time: the kernel takes
+// its semaphores, for which the next save waits, before its files and the locks of those.
+bool lock_alone(int directory) {
+    constexpr int TRIES = 50;
+    bool locked = flock(directory, LOCK_EX | LOCK_NB) == 0;
+    for (int i = 1; i < TRIES && !locked; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        locked = flock(directory, LOCK_EX | LOCK_NB) == 0;
+    }
+    return locked;
+}
+
 std::string next_run(const std::vector<std::string>& runs, const timespec& time) {
     unsigned int last = 0;
     for (const std::string& run : runs) {
@@ -202,7 +216,7 @@ Descriptor StoreWriter::prepare(const std::string& path) {
 
 StoreWriter::StoreWriter(const std::string& path)
     : Store(prepare(path), path), temporary_(unique_name()) {
-    if (flock(root_.get(), LOCK_EX | LOCK_NB) == 0) { // nobody else is saving
+    if (lock_alone(root_.get())) { // nobody else is saving
         DirectoryNames names(root_.get(), ".", path_);
         for (std::string name; names.next(name);) {
             if (is_temporary(name)) {
