@@ -3,9 +3,11 @@
 #include "names.hpp"
 #include "os.hpp"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <nuriccl/util.hpp>
 #include <optional>
 #include <sys/ipc.h>
