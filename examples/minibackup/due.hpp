@@ -6,6 +6,7 @@
 /// A day is one of the schedule when its month is, and
 ///  - its day of the month and its weekday are, when one of these fields is a lone star;
 ///  - its day of the month or its weekday is, when both fields are restricted, as cron has it.
+/// Days written as "1-31,L" are a lone star, too: their record is the same.
 ///
 /// A run is due at the first moment at which the clock shows its time of day or a later one. When the clock
 /// is set forward, the times that are left out are due together at the first moment after the gap; when it

@@ -194,7 +194,10 @@ TEST(Due, OnEitherDayWhenBothFieldsAreRestricted) {
           "0 0 1-31 * mon",
           {"2026-02-02 00:00+0000", "2026-02-03 00:00+0000"}},
          {"2026-02-01 12:00", "0 0 */1 * mon", {"2026-02-02 00:00+0000", "2026-02-03 00:00+0000"}},
-         {"2026-02-01 12:00", "0 0 5 * 0-6", {"2026-02-02 00:00+0000", "2026-02-03 00:00+0000"}}});
+         {"2026-02-01 12:00", "0 0 5 * 0-6", {"2026-02-02 00:00+0000", "2026-02-03 00:00+0000"}},
+         {"2026-02-01 12:00", // but this is, in the record
+          "0 0 1-31,L * mon",
+          {"2026-02-02 00:00+0000", "2026-02-09 00:00+0000"}}});
 }
 
 TEST(Due, OnLeapDaysHoweverFarApart) {
@@ -450,6 +453,7 @@ Values random_values(std::mt19937& random, int low, int high, bool last_day) {
             result.values.insert(value);
         }
     }
+    result.star = last_day && result.values.size() == 32; // "1-31,L" is the same record
     return result;
 }
 
