@@ -71,4 +71,26 @@ const std::array<std::string, 16>& ascii_names() {
     return names;
 }
 
+const std::array<std::string, 16>& windows_names() {
+    static const std::array<std::string, 16> names = {"backup-2026-11-21.db",
+                                                      "caf\xe9-m\xe9nage-0001.txt",
+                                                      "r\xe9sum\xe9-final-ver2.pd",
+                                                      "libnuriccl.so.1.0.0x",
+                                                      "\xdc"
+                                                      "bersicht-2026.xlsx0",
+                                                      "invoice_000001.html0",
+                                                      "stra\xdf"
+                                                      "e-karte-07.png",
+                                                      "node_modules/.cache0",
+                                                      "prix-100\x80-2026.docx",
+                                                      "system32-drivers.sys",
+                                                      "\xc5ngstr\xf6m-notes.text",
+                                                      "mail-archive-03.mbox",
+                                                      "se\xf1or-ni\xf1o-001.jpeg",
+                                                      "virtual-machine.vmdk",
+                                                      "\xabquote\xbb-2026-12.odt",
+                                                      "snapshot-000042.vhdx"};
+    return names;
+}
+
 } // namespace benchmarks

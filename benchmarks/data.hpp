@@ -16,7 +16,7 @@ constexpr std::size_t MIB = KIB * KIB;
 /// Bytes without a pattern.
 std::string random_bytes(std::size_t size);
 
-/// C++ source text: what compresses as text does and holds one character in sixty that XML escapes.
+/// C++ source text: what compresses as text does and holds one character in eighty that XML escapes.
 std::string source_text(std::size_t size);
 
 /// A number in [0, limit), the next one of a sequence that starts anew with each object.
@@ -33,5 +33,8 @@ const std::array<std::string, 16>& mixed_names();
 
 /// File names of 20 bytes of ASCII.
 const std::array<std::string, 16>& ascii_names();
+
+/// File names of 20 bytes in Windows-1252, half of them with characters outside ASCII.
+const std::array<std::string, 16>& windows_names();
 
 } // namespace benchmarks
