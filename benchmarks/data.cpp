@@ -1,9 +1,5 @@
 #include "data.hpp"
 
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
-
 namespace benchmarks {
 
 std::size_t Sequence::below(std::size_t limit) {
@@ -20,21 +16,6 @@ std::string random_bytes(std::size_t size) {
         byte = static_cast<char>(sequence.below(256));
     }
     return bytes;
-}
-
-std::string source_text(std::size_t size) {
-    std::ifstream file(NURICCL_BENCHMARK_TEXT);
-    const std::string once((std::istreambuf_iterator<char>(file)),
-                           std::istreambuf_iterator<char>());
-    if (once.empty()) {
-        throw std::runtime_error("cannot read " NURICCL_BENCHMARK_TEXT);
-    }
-    std::string text;
-    text.reserve(size);
-    while (text.size() < size) {
-        text.append(once, 0, size - text.size());
-    }
-    return text;
 }
 
 const std::array<std::string, 16>& mixed_names() {

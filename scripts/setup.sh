@@ -19,6 +19,8 @@ readonly LINT_PACKAGES=(clang-tidy)
 # shellcheck disable=SC2034
 readonly BENCH_PACKAGES=(catch2 libssl-dev libabsl-dev libdeflate-dev libglib2.0-dev libcsv-dev
     openssl pkgconf binutils python3)
+# shellcheck disable=SC2034
+readonly INSTRUCTION_PACKAGES=(valgrind)
 
 declare -rA PACKAGE_PURPOSE=(
     [cmake]="configures the build"
@@ -40,6 +42,7 @@ declare -rA PACKAGE_PURPOSE=(
     [libglib2.0-dev]="GLib, to compare with"
     [libcsv-dev]="libcsv, to compare with"
     [openssl]="the command, to compare with"
+    [valgrind]="counts instructions"
     [python3]="makes a table of what was measured"
 )
 
