@@ -31,7 +31,7 @@ TEST_CASE("Deflate", "[Zlib]") {
     });
     std::string room(compressBound(size), '\0');
     row.peer("zlib", [&] {
-        uLongf length = static_cast<uLongf>(room.size());
+        auto length = static_cast<uLongf>(room.size());
         compress2(out(room), &length, in(text), size, Z_DEFAULT_COMPRESSION);
         return std::string_view(room.data(), length);
     });
@@ -63,7 +63,7 @@ TEST_CASE("Inflate", "[Zlib]") {
     });
     std::string room(MIB, '\0');
     row.peer("zlib", [&] {
-        uLongf length = static_cast<uLongf>(room.size());
+        auto length = static_cast<uLongf>(room.size());
         uncompress(out(room), &length, in(packed), static_cast<uLong>(packed.size()));
         return std::string_view(room.data(), length);
     });

@@ -9,6 +9,7 @@ LABELS = 330  # width of the column of titles
 PLOT = 560  # width of the scale
 VALUES = 60  # room for a number behind the longest bar
 WIDTH = LABELS + PLOT + VALUES
+NUMBER = 32  # width of a number
 BAR = 9
 GAP = 8
 HEAD = 84
@@ -61,6 +62,12 @@ def line(x, top, bottom, classes):
     return f'<line x1="{x:.1f}" y1="{top:.1f}" x2="{x:.1f}" y2="{bottom:.1f}" class="{classes}"/>'
 
 
+def label_x(right, comparison):
+    """Where the number stands: behind the bar, and behind the goal where that would cross it."""
+    goal = x_of(comparison.goal) if comparison.goal else 0
+    return 5 + (goal if right - 2 <= goal < right + NUMBER else right)
+
+
 def bar(comparison, y):
     """The bar of one comparison, from 1 to its speed, with its goal and its number."""
     speed = comparison.speed
@@ -73,7 +80,7 @@ def bar(comparison, y):
     ]
     if comparison.goal:
         parts.append(line(x_of(comparison.goal), y - 1, y + BAR + 1, "goal"))
-    parts.append(text(max(right, x_of(comparison.goal or speed)) + 5, y + BAR - 1, number(speed), "small soft"))
+    parts.append(text(label_x(right, comparison), y + BAR - 1, number(speed), "small soft"))
     return "".join(parts)
 
 

@@ -182,19 +182,20 @@ void compare_names_to_bytes(const std::string& id, const Names<char>& names, con
 
 // Mixed as the text of a person: words of several scripts between blanks and line ends.
 std::string mixed_text(std::size_t size) {
-    static const char* const words[] = {"backup",
-                                        "volume",
-                                        "the",
-                                        "of",
-                                        "caf\xc3\xa9",
-                                        "m\xc3\xa9nage",
-                                        "\xc3\x9c"
-                                        "bersicht",
-                                        "\xd0\xbe\xd1\x82\xd1\x87\xd0\xb5\xd1\x82",
-                                        "\xce\xb1\xce\xb2\xce\xb3",
-                                        "\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e",
-                                        "2026-11-21",
-                                        "\xf0\x9f\x93\x81"};
+    static const char* const words[] = {
+        "backup",
+        "volume",
+        "the",
+        "of",
+        "caf\xc3\xa9",
+        "m\xc3\xa9nage",
+        "h\xc3\xb6her",
+        "\xd0\xbe\xd1\x82\xd1\x87\xd0\xb5\xd1\x82",
+        "\xce\xb1\xce\xb2\xce\xb3",
+        "\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e",
+        "2026-11-21",
+        "\xf0\x9f\x93\x81",
+    };
     Sequence sequence;
     std::string text;
     while (text.size() < size) {

@@ -30,7 +30,7 @@ Fields make_fields() {
             field += ", and " + field;
             break;
         case 1:
-            field = "say \"" + field + '"';
+            field.insert(0, "say \"") += '"';
             break;
         default:
             break;

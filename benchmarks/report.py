@@ -237,7 +237,7 @@ def text_table(lines):
 
 
 def markdown_row(row):
-    return f"| {' | '.join(row)} |"
+    return f"| {' | '.join(row).replace('<', '&lt;')} |"
 
 
 def markdown_table(lines):

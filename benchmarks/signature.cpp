@@ -62,9 +62,7 @@ public:
         }
         unsigned char last[128] = {};
         const std::size_t rest = data.size() - whole;
-        if (rest != 0) {
-            std::memcpy(last, bytes + whole, rest);
-        }
+        std::copy_n(bytes + whole, rest, last);
         last[rest] = 0x80;
         const std::size_t size = rest < 56 ? 64 : 128;
         const std::uint64_t bits = std::uint64_t{data.size()} * 8;
@@ -84,7 +82,7 @@ private:
 
     Word loaded(int i) {
         Word word;
-        std::memcpy(&word, block_ + 4 * i, sizeof word);
+        std::memcpy(&word, block_ + std::size_t{4} * static_cast<std::size_t>(i), sizeof word);
         return schedule_[i] = __builtin_bswap32(word);
     }
 
@@ -119,7 +117,11 @@ private:
 
     void transform(const unsigned char* block) {
         block_ = block;
-        Word a = state_[0], b = state_[1], c = state_[2], d = state_[3], e = state_[4];
+        Word a = state_[0];
+        Word b = state_[1];
+        Word c = state_[2];
+        Word d = state_[3];
+        Word e = state_[4];
 #define NURICCL_FIVE(round, i)                                                                     \
     round(a, b, c, d, e, i), round(e, a, b, c, d, (i) + 1), round(d, e, a, b, c, (i) + 2),         \
         round(c, d, e, a, b, (i) + 3), round(b, c, d, e, a, (i) + 4)

@@ -78,29 +78,31 @@ Record record_of(const isotime& time) {
     return record;
 }
 
+constexpr char SCAN_FORMAT[] = "%4d-%2d-%2dT%2d:%2d:%2d.%2d%c%2d:%2d";
+
 isotime scan_time(const char* text) {
-    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, hundredths = 0;
-    int zone_hours = 0, zone_minutes = 0;
+    int year = 0;
+    int fields[6] = {}; // from the month to the hundredths
+    int zone[2] = {};
     char sign = '+';
     // NOLINTNEXTLINE(cert-err34-c): the text is valid
-    const int count =
-        std::sscanf(text, "%4d-%2d-%2dT%2d:%2d:%2d.%2d%c%2d:%2d", &year, &month, &day, &hour,
-                    &minute, &second, &hundredths, &sign, &zone_hours, &zone_minutes);
+    const int count = std::sscanf(text, SCAN_FORMAT, &year, &fields[0], &fields[1], &fields[2],
+                                  &fields[3], &fields[4], &fields[5], &sign, &zone[0], &zone[1]);
     isotime time{};
     if (count == 10) {
-        const int zone = zone_hours * 60 + zone_minutes;
-        time.zone_flag = zone != 0;
+        const int distance = zone[0] * 60 + zone[1];
+        time.zone_flag = distance != 0;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion" // a field of 12 bits
-        time.zone_offset = static_cast<std::int16_t>(sign == '-' ? -zone : zone);
+        time.zone_offset = static_cast<std::int16_t>(sign == '-' ? -distance : distance);
 #pragma GCC diagnostic pop
         time.year = static_cast<std::uint16_t>(year);
-        time.month = static_cast<std::uint8_t>(month);
-        time.day = static_cast<std::uint8_t>(day);
-        time.hour = static_cast<std::uint8_t>(hour);
-        time.minute = static_cast<std::uint8_t>(minute);
-        time.second = static_cast<std::uint8_t>(second);
-        time.hundredths = static_cast<std::uint8_t>(hundredths);
+        time.month = static_cast<std::uint8_t>(fields[0]);
+        time.day = static_cast<std::uint8_t>(fields[1]);
+        time.hour = static_cast<std::uint8_t>(fields[2]);
+        time.minute = static_cast<std::uint8_t>(fields[3]);
+        time.second = static_cast<std::uint8_t>(fields[4]);
+        time.hundredths = static_cast<std::uint8_t>(fields[5]);
     }
     return time;
 }
