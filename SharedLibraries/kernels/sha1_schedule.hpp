@@ -85,6 +85,32 @@ class Sha1Scheduled {
         add(state, rounds);
     }
 
+    // A block alone: its schedule is made four groups ahead of its rounds.
+    template <std::size_t GROUP>
+    [[gnu::always_inline]] static void extend_and_do_rounds(Sha1Rounds& rounds, Vector (&ring)[8],
+                                                            const unsigned char* block,
+                                                            Schedule& schedule) {
+        constexpr std::size_t AHEAD = 4;
+        if constexpr (GROUP + AHEAD < SHA1_GROUPS) {
+            extend<GROUP + AHEAD>(ring, block, block, schedule);
+        }
+        do_rounds<GROUP>(rounds, schedule.words[GROUP][0]);
+    }
+
+    template <std::size_t... GROUPS>
+    static void hash_alone(std::index_sequence<GROUPS...>, std::uint32_t* state,
+                           const unsigned char* block) {
+        Schedule schedule;
+        Vector ring[8];
+        extend<0>(ring, block, block, schedule);
+        extend<1>(ring, block, block, schedule);
+        extend<2>(ring, block, block, schedule);
+        extend<3>(ring, block, block, schedule);
+        Sha1Rounds rounds{state[0], state[1], state[2], state[3], state[4]};
+        (extend_and_do_rounds<GROUPS>(rounds, ring, block, schedule), ...);
+        add(state, rounds);
+    }
+
     // Rounds of one group, and of every BLOCKS-th one the schedule of the blocks to come.
     template <std::size_t BLOCK, std::size_t GROUP>
     [[gnu::always_inline]] static void
@@ -123,6 +149,9 @@ public:
             return;
         }
         constexpr auto GROUPS = std::make_index_sequence<SHA1_GROUPS>();
+        if (count == 1) {
+            return hash_alone(GROUPS, state, blocks);
+        }
         // The second of the blocks at a place, or the first again when there is no second one.
         const auto second = [](const unsigned char* place, std::size_t left) {
             return left < BLOCKS ? place : place + (BLOCKS - 1) * SHA1_BLOCK;
