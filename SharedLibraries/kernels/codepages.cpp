@@ -11,13 +11,14 @@ namespace {
 static_assert(sizeof(wchar_t) == 4, "wide text is UTF-32");
 
 constexpr std::ptrdiff_t STEP = 16;
+constexpr std::ptrdiff_t HALF_STEP = 8;
 
 std::uint32_t value_of(char c) { return static_cast<unsigned char>(c); }
 
 std::uint32_t value_of(wchar_t c) { return static_cast<std::uint32_t>(c); }
 
-// ASCII, 16 characters at a time as long as there are so many and room for them. They may be written
-// beyond the place that is returned.
+// ASCII, 16 characters at a time as long as there are so many and room for them, and then perhaps 8. They
+// may be written beyond the place that is returned.
 
 Progress<char, wchar_t> decode_run(const char* from, const char* end, wchar_t* to,
                                    wchar_t* to_end) {
@@ -38,6 +39,19 @@ Progress<char, wchar_t> decode_run(const char* from, const char* end, wchar_t* t
         }
         from += STEP;
         to += STEP;
+    }
+    if (end - from >= HALF_STEP && to_end - to >= HALF_STEP) {
+        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i low = _mm_unpacklo_epi8(bytes, zero);
+        auto* const place = reinterpret_cast<__m128i*>(to);
+        _mm_storeu_si128(place, _mm_unpacklo_epi16(low, zero));
+        _mm_storeu_si128(place + 1, _mm_unpackhi_epi16(low, zero));
+        const int others = _mm_movemask_epi8(bytes);
+        const auto count =
+            others != 0 ? __builtin_ctz(static_cast<unsigned int>(others)) : HALF_STEP;
+        from += count;
+        to += count;
     }
     return {from, to};
 }

@@ -12,6 +12,7 @@
 #include <kernels/codepages.hpp>
 #include <ostream>
 #include <stdexcept>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -89,8 +90,12 @@ void CodePage::init(unsigned int number, const char* name) {
 }
 
 bool CodePage::isDefault() const noexcept {
-    return m_codePage == CP_DEFAULT || m_codePage == CP_LOCALE ||
-           std::strcmp(m_name.c_str(), locale_name(LC_CTYPE)) == 0;
+    if (m_codePage == CP_DEFAULT || m_codePage == CP_LOCALE) {
+        return true;
+    }
+    const char* const name = m_name.c_str();
+    const char* const locale = locale_name(LC_CTYPE);
+    return *name == *locale && std::strcmp(name, locale) == 0; // mostly told by the first character
 }
 
 bool CodePage::operator==(const CodePage& other) const noexcept {
@@ -228,7 +233,7 @@ private:
 // bad characters.
 
 struct Shortcut {
-    const char* name; // as iconv knows it
+    std::string_view name; // as iconv knows it
     kernels::Decode* decode;
     kernels::Encode* encode;
 };
@@ -240,9 +245,9 @@ constexpr Shortcut SHORTCUTS[] = {
     {"US-ASCII", kernels::decode_ascii, kernels::encode_ascii},
 };
 
-const Shortcut* find_shortcut(const char* name) {
+const Shortcut* find_shortcut(std::string_view name) {
     for (const Shortcut& shortcut : SHORTCUTS) {
-        if (std::strcmp(name, shortcut.name) == 0) {
+        if (name == shortcut.name) {
             return &shortcut;
         }
     }
@@ -255,14 +260,13 @@ template <class From, class To, class Kernel>
 void convert_start(Kernel* kernel, const From*& src, size_t& len, std::basic_string<To>& out) {
     std::array<To, 1024> piece;
     const From* const end = src + len;
-    for (;;) {
-        const auto stop = kernel(src, end, piece.data(), piece.data() + piece.size());
-        if (stop.from == src) {
-            break;
-        }
-        out.append(piece.data(), stop.to);
+    const From* start = nullptr;
+    do {
+        start = src;
+        const auto stop = kernel(start, end, piece.data(), piece.data() + piece.size());
+        out.append(piece.data(), static_cast<size_t>(stop.to - piece.data()));
         src = stop.from;
-    }
+    } while (src != end && src != start);
     len = static_cast<size_t>(end - src);
 }
 
@@ -303,7 +307,7 @@ bool convert(const char* to, const char* from, const void* src, size_t size, siz
 bool to_multibyte(const wchar_t* src, size_t len, std::string& out, const CodePage& cp,
                   const char* defaultChars) {
     const bool by_locale = cp.isDefault();
-    const Shortcut* const shortcut = by_locale ? nullptr : find_shortcut(cp.m_name.c_str());
+    const Shortcut* const shortcut = by_locale ? nullptr : find_shortcut(cp.m_name);
     // The name and the replacement may be in `out`.
     const std::string name = by_locale || shortcut != nullptr ? "" : cp.m_name;
     const std::string copy = defaultChars != nullptr ? defaultChars : "";
@@ -321,7 +325,7 @@ bool to_multibyte(const wchar_t* src, size_t len, std::string& out, const CodePa
             return true;
         }
     }
-    return convert(shortcut != nullptr ? shortcut->name : name.c_str(), WIDE, src,
+    return convert(shortcut != nullptr ? shortcut->name.data() : name.c_str(), WIDE, src,
                    len * sizeof(wchar_t), sizeof(wchar_t), out, replacement);
 }
 
@@ -334,7 +338,7 @@ bool to_wide(const char* src, size_t len, std::wstring& out, const CodePage& cp,
     if (cp.isDefault()) {
         return from_locale(src, len, out, ignoreBadChars);
     }
-    if (const Shortcut* const shortcut = find_shortcut(cp.m_name.c_str())) {
+    if (const Shortcut* const shortcut = find_shortcut(cp.m_name)) {
         convert_start(shortcut->decode, src, len, out);
         if (len == 0) {
             return true;
