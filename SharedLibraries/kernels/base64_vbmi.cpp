@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t GROUPS = 16; // of a vector
 
-constexpr std::size_t GROUPS_OF_64_BYTES = 22;
+constexpr __mmask64 GROUP_BYTES = 0xffffffffffff; // the 48 bytes of so many groups
 
 struct Bytes64 {
     alignas(64) char bytes[64];
@@ -94,32 +94,43 @@ __m512i decode(__m512i text) {
 
 } // namespace
 
-// Reading and writing goes 16 bytes beyond those of the groups; the rest is left to narrower registers.
+// What comes last is done in a vector that ends where the text ends, and repeats some of what was done.
 
 void base64_encode_vbmi(const unsigned char* bytes, std::size_t groups, char* text) noexcept {
-    for (; groups >= GROUPS_OF_64_BYTES; groups -= GROUPS) {
-        _mm512_storeu_si512(text, encode(_mm512_loadu_si512(bytes)));
-        bytes += GROUPS * 3;
-        text += GROUPS * 4;
+    if (groups < GROUPS) {
+        return base64_encode_avx2(bytes, groups, text);
     }
-    base64_encode_avx2(bytes, groups, text);
+    const unsigned char* const last = bytes + (groups - GROUPS) * 3;
+    char* const last_text = text + (groups - GROUPS) * 4;
+    for (; bytes < last; bytes += GROUPS * 3, text += GROUPS * 4) {
+        _mm512_storeu_si512(text, encode(_mm512_maskz_loadu_epi8(GROUP_BYTES, bytes)));
+    }
+    _mm512_storeu_si512(last_text, encode(_mm512_maskz_loadu_epi8(GROUP_BYTES, last)));
 }
 
 bool base64_check_vbmi(const char* text, std::size_t length) noexcept {
-    __m512i bad = _mm512_setzero_si512();
-    for (; length >= 64; text += 64, length -= 64) {
+    if (length < 64) {
+        return base64_check_avx2(text, length);
+    }
+    const char* const last = text + length - 64;
+    __m512i bad = add_bad_digits(_mm512_setzero_si512(), _mm512_loadu_si512(last));
+    for (; text < last; text += 64) {
         bad = add_bad_digits(bad, _mm512_loadu_si512(text));
     }
-    return _mm512_movepi8_mask(bad) == 0 && base64_check_avx2(text, length);
+    return _mm512_movepi8_mask(bad) == 0;
 }
 
 void base64_decode_vbmi(const char* text, std::size_t groups, unsigned char* bytes) noexcept {
-    for (; groups >= GROUPS_OF_64_BYTES; groups -= GROUPS) {
-        _mm512_storeu_si512(bytes, decode(_mm512_loadu_si512(text)));
-        text += GROUPS * 4;
-        bytes += GROUPS * 3;
+    if (groups < GROUPS) {
+        return base64_decode_avx2(text, groups, bytes);
     }
-    base64_decode_avx2(text, groups, bytes);
+    const char* const last = text + (groups - GROUPS) * 4;
+    unsigned char* const last_bytes = bytes + (groups - GROUPS) * 3;
+    const __m512i last_digits = _mm512_loadu_si512(last); // before bytes are written there
+    for (; text < last; text += GROUPS * 4, bytes += GROUPS * 3) {
+        _mm512_mask_storeu_epi8(bytes, GROUP_BYTES, decode(_mm512_loadu_si512(text)));
+    }
+    _mm512_mask_storeu_epi8(last_bytes, GROUP_BYTES, decode(last_digits));
 }
 
 } // namespace kernels

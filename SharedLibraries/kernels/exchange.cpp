@@ -11,6 +11,10 @@ void do_exchange_sse2(char* text, std::size_t length, const Exchange& exchange) 
 }
 
 bool holds_exchanged(const char* text, std::size_t length, const Exchange& exchange) noexcept {
+    constexpr std::size_t WORTH_A_CALL = 64;
+    if (length < WORTH_A_CALL) {
+        return holds(text, length, exchange);
+    }
     static constexpr Variant<HoldsExchanged> VARIANTS[] = {{AVX2, holds_exchanged_avx2},
                                                            {SSE2, holds_exchanged_sse2}};
     static HoldsExchanged* const best = best_of(VARIANTS);

@@ -8,18 +8,25 @@ namespace kernels {
 namespace {
 
 bool holds(const char* text, std::size_t length, const Exchange& exchange) {
+    if (length < Vector::SIZE) {
+        bool any = false;
+        for (; length != 0; ++text, --length) {
+            any = any || *text == exchange.from[0] || *text == exchange.from[1];
+        }
+        return any;
+    }
     const Vector first = Vector::all(exchange.from[0]);
     const Vector second = Vector::all(exchange.from[1]);
-    Vector found = Vector::zero();
-    for (; length >= Vector::SIZE; text += Vector::SIZE, length -= Vector::SIZE) {
-        const Vector part = Vector::load(text);
-        found = found | equal_bytes(part, first) | equal_bytes(part, second);
+    const auto find = [&](const char* place) {
+        const Vector part = Vector::load(place);
+        return equal_bytes(part, first) | equal_bytes(part, second);
+    };
+    const char* const last = text + length - Vector::SIZE; // its vector overlaps the one before
+    Vector found = find(last);
+    for (; text < last; text += Vector::SIZE) {
+        found = found | find(text);
     }
-    bool any = !found.is_zero();
-    for (; length != 0; ++text, --length) {
-        any = any || *text == exchange.from[0] || *text == exchange.from[1];
-    }
-    return any;
+    return !found.is_zero();
 }
 
 void put(char* text, std::size_t length, const Exchange& exchange) {

@@ -2,6 +2,7 @@
 #include <nuriagent/base64.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace base64 {
@@ -17,7 +18,7 @@ void report(Results* results, int status) {
 }
 
 // Number of padding characters at the end; 3 or more is not asked for.
-unsigned int padding_of(const char* text, unsigned long long length) {
+std::size_t padding_of(const char* text, std::size_t length) {
     return length == 0 || text[length - 1] != PADDING ? 0 : text[length - 2] != PADDING ? 1 : 2;
 }
 
@@ -31,17 +32,15 @@ Base64& Base64::GetInstance() noexcept {
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): codecs in its place have a state
 unsigned long long Base64::Encode(const void* source, unsigned long long length, char* destination,
                                   unsigned long long size, Results* results) const noexcept {
-    if (source == nullptr) {
-        length = 0;
-    }
-    const auto rest = static_cast<std::size_t>(length % 3);
-    const unsigned long long needed = (length / 3 + (rest != 0 ? 1 : 0)) * 4;
+    const auto count = source != nullptr ? static_cast<std::size_t>(length) : 0;
+    const std::size_t groups = count / 3;
+    const std::size_t rest = count % 3;
+    const unsigned long long needed = (std::uint64_t{groups} + (rest != 0 ? 1 : 0)) * 4;
     if (destination == nullptr || size < needed) {
         report(results, Results::SIZE_REPORTED);
         return needed;
     }
     const auto* const bytes = static_cast<const unsigned char*>(source);
-    const auto groups = static_cast<std::size_t>(length / 3);
     kernels::base64_encode(bytes, groups, destination);
     if (rest != 0) {
         unsigned char last[3] = {};
@@ -57,22 +56,19 @@ unsigned long long Base64::Encode(const void* source, unsigned long long length,
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 unsigned long long Base64::Decode(const char* source, unsigned long long length, void* destination,
                                   unsigned long long size, Results* results) const noexcept {
-    if (source == nullptr) {
-        length = 0;
-    }
-    const unsigned int padding = length % 4 == 0 ? padding_of(source, length) : 0;
-    if (length % 4 != 0 ||
-        !kernels::base64_check(source, static_cast<std::size_t>(length - padding))) {
+    const auto count = source != nullptr ? static_cast<std::size_t>(length) : 0;
+    const std::size_t padding = count % 4 == 0 ? padding_of(source, count) : 0;
+    if (count % 4 != 0 || !kernels::base64_check(source, count - padding)) {
         report(results, Results::MALFORMED);
         return 0;
     }
-    const unsigned long long needed = length / 4 * 3 - padding;
+    const std::size_t needed = count / 4 * 3 - padding;
     if (destination == nullptr || size < needed) {
         report(results, Results::SIZE_REPORTED);
         return needed;
     }
     auto* const bytes = static_cast<unsigned char*>(destination);
-    const auto groups = static_cast<std::size_t>(needed / 3);
+    const std::size_t groups = needed / 3;
     kernels::base64_decode(source, groups, bytes);
     if (padding != 0) {
         char text[] = {'A', 'A', 'A', 'A'}; // digits of value 0

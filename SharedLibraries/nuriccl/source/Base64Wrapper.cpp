@@ -21,10 +21,11 @@ constexpr kernels::Exchange TO_STANDARD = {{'-', '_'}, {'+', '/'}};
 // Has the codec work in two steps: it tells the size, then it writes.
 //
 // @param shared  whether the codec reads what is in `output`, which must be left alone until it is done
+// @param zeros   whether it finds nothing but zeros where it writes
 // @param codec   a call of the codec: (place, size, results) -> number of characters
 // @return false when a step fails; `output` is untouched after the first one
 template <class Container, class Codec>
-bool fill(Container& output, bool shared, Codec codec) {
+bool fill(Container& output, bool shared, bool zeros, Codec codec) {
     base64::Results results{};
     const unsigned long long needed = codec(nullptr, 0, &results);
     if (results.status != SIZE_REPORTED || needed > output.max_size()) {
@@ -34,7 +35,9 @@ bool fill(Container& output, bool shared, Codec codec) {
     Container fresh; // without room in `output`, which must not be lost when there is no memory
     const bool apart = shared || output.capacity() < size;
     Container& place = apart ? fresh : output;
-    place.clear();
+    if (zeros) {
+        place.clear();
+    }
     place.resize(size);
     char nothing; // a null place would ask for the size again
     char* const start = place.empty() ? &nothing : place.data();
@@ -53,7 +56,7 @@ bool encode_bytes(const Container& input, Container& output,
     const auto encode = [&](char* place, unsigned long long size, base64::Results* results) {
         return codec.Encode(input.data(), input.size(), place, size, results);
     };
-    if (!fill(output, &input == &output, encode)) {
+    if (!fill(output, &input == &output, true, encode)) {
         return false;
     }
     if (variant == Base64Wrapper::url_safe) {
@@ -75,7 +78,7 @@ bool decode_text(const Container& input, Container& output) {
     const auto decode = [&](char* place, unsigned long long size, base64::Results* results) {
         return codec.Decode(text.data(), text.size(), place, size, results);
     };
-    return fill(output, &text == &output, decode);
+    return fill(output, &text == &output, false, decode);
 }
 
 } // namespace
