@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cctype>
 #include <climits>
+#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -12,7 +13,6 @@
 #include <kernels/dump.hpp>
 #include <kernels/ignorecase.hpp>
 #include <kernels/scan.hpp>
-#include <locale.h>
 #include <locale>
 #include <string_view>
 
