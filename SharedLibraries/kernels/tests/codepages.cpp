@@ -276,11 +276,13 @@ protected:
         const std::vector<std::basic_string<From>>& characters) {
         for (std::size_t length = 0; length <= 70; ++length) {
             for (std::size_t place = 0; place <= length; ++place) {
-                for (const auto& character : characters) {
+                // Three lengths have all of them, which is enough of neighbours.
+                for (std::size_t i = length % 3; i < characters.size(); i += 3) {
                     auto text = ascii(length);
-                    text.insert(place, character);
+                    text.insert(place, characters[i]);
                     ASSERT_TRUE(holds_at_borders(text, ample(text)))
-                        << testing::PrintToString(character) << " at " << place << " of " << length;
+                        << testing::PrintToString(characters[i]) << " at " << place << " of "
+                        << length;
                 }
             }
         }
