@@ -16,6 +16,11 @@ readonly TEST_PACKAGES=(googletest pkgconf binutils)
 readonly FORMAT_PACKAGES=(clang-format)
 # shellcheck disable=SC2034
 readonly LINT_PACKAGES=(clang-tidy)
+# shellcheck disable=SC2034
+readonly BENCH_PACKAGES=(catch2 libssl-dev libabsl-dev libdeflate-dev libglib2.0-dev libcsv-dev
+    openssl pkgconf binutils python3)
+# shellcheck disable=SC2034
+readonly INSTRUCTION_PACKAGES=(valgrind)
 
 declare -rA PACKAGE_PURPOSE=(
     [cmake]="configures the build"
@@ -26,10 +31,19 @@ declare -rA PACKAGE_PURPOSE=(
     [lib32z1-dev]="zlib, the 32-bit library"
     [libboost-dev]="boost::shared_ptr in the zlib interface"
     [googletest]="sources of the test framework"
-    [pkgconf]="the tests build a program through pkg-config"
+    [pkgconf]="finds libraries"
     [binutils]="the tests read the exported symbols"
     [clang-format]="formats the sources"
     [clang-tidy]="checks the sources"
+    [catch2]="times calls"
+    [libssl-dev]="OpenSSL, to compare with"
+    [libabsl-dev]="Abseil, to compare with"
+    [libdeflate-dev]="libdeflate, to compare with"
+    [libglib2.0-dev]="GLib, to compare with"
+    [libcsv-dev]="libcsv, to compare with"
+    [openssl]="the command, to compare with"
+    [valgrind]="counts instructions"
+    [python3]="makes a table of what was measured"
 )
 
 say() { printf '%s\n' "$*"; }

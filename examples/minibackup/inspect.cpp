@@ -2,6 +2,7 @@
 /// `list` and `verify`: what is in a store, and whether it is intact.
 
 #include "commands.hpp"
+#include "fields.hpp"
 #include "manifest.hpp"
 #include "names.hpp"
 #include "progress.hpp"
@@ -94,21 +95,29 @@ void for_each_run(const Store& store, Progress& progress, Visit visit) {
     }
 }
 
-void print_row(const std::string& run, const std::string& saved, const std::string& files,
-               const std::string& bytes, const std::string& source) {
-    std::printf("%-27s %-28s %10s %16s  %s\n", run.c_str(), saved.c_str(), files.c_str(),
-                bytes.c_str(), source.c_str());
+using Row = std::array<std::string, 5>;
+
+void print_for_people(const Row& row) {
+    std::printf("%-27s %-28s %10s %16s  %s\n", readable(row[0]).c_str(), row[1].c_str(),
+                row[2].c_str(), row[3].c_str(), readable(row[4]).c_str());
+}
+
+void print_csv(const Row& row) {
+    const std::string line =
+        FieldList(',').write({encode_name(row[0]), row[1], row[2], row[3], encode_name(row[4])});
+    std::puts(line.c_str());
 }
 
 } // namespace
 
-int list(const std::string& store_path) {
+int list(const std::string& store_path, const Options& options) {
     Progress progress(true);
     const Store store(store_path);
-    print_row("RUN", "SAVED", "FILES", "BYTES", "SOURCE");
-    for_each_run(store, progress, [](const std::string& run, const ManifestReader& manifest) {
-        print_row(readable(run), time_text(manifest.time()), to_str(manifest.totals().files),
-                  to_str(manifest.totals().bytes), readable(manifest.source()));
+    const auto print = options.csv ? print_csv : print_for_people;
+    print({"RUN", "SAVED", "FILES", "BYTES", "SOURCE"});
+    for_each_run(store, progress, [print](const std::string& run, const ManifestReader& manifest) {
+        print({run, time_text(manifest.time()), to_str(manifest.totals().files),
+               to_str(manifest.totals().bytes), manifest.source()});
     });
     return progress.status();
 }

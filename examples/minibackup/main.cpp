@@ -6,6 +6,7 @@
 #include "commands.hpp"
 #include "names.hpp"
 #include "os.hpp"
+#include "settings.hpp"
 
 #include <algorithm>
 #include <csignal>
@@ -14,6 +15,7 @@
 #include <exception>
 #include <getopt.h>
 #include <new>
+#include <nuriccl/util.hpp>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -34,7 +36,7 @@ struct Command {
 };
 
 const Command COMMANDS[] = {
-    {"save", "SOURCE STORE", 2, "hqxX",
+    {"save", "SOURCE STORE", 2, "hoqwxX",
      [](const Arguments& a, const Options& o) { return save(a[0], a[1], o); },
      "save the directory SOURCE in STORE",
      "Saves the directory SOURCE as a new run in STORE, a directory that is made when it is\n"
@@ -61,11 +63,32 @@ const Command COMMANDS[] = {
      "A CLASS stands for files in which a system keeps its memory. Left out are the regular\n"
      "files that it means, told by their path below SOURCE, in upper or lower case.\n"
      "\n"
+     "Options may stand in a FILE, too, each on a line of its own:\n"
+     "\n"
+     "  # what to leave out\n"
+     "  exclude = *.o\n"
+     "  exclude = \"name with blanks\"\n"
+     "  exclude-class = \"Power Management\"\n"
+     "  quiet = yes\n"
+     "\n"
+     "A value with a blank, a quote or a '=' is quoted. A backslash lets the next character stand\n"
+     "for itself, also in quotes, so that one of a PATTERN is doubled. An option that takes no\n"
+     "argument is 'yes' or 'no'. They are added to those of the command line.\n"
+     "\n"
      "A save may be interrupted at any time; what it leaves behind is used or removed by the\n"
-     "next. Let only one save work on a store at a time.\n"},
-    {"list", "STORE", 1, "h", [](const Arguments& a, const Options&) { return list(a[0]); },
+     "next.\n"
+     "\n"
+     "One save at a time works on a store. A second one tells which process it waits for; with\n"
+     "--no-wait it ends with status 3 instead. After a save that was killed the next one takes a\n"
+     "second longer. Saves on different machines do not see each other: they do the store no\n"
+     "harm, but leave files behind for a while.\n"},
+    {"list", "STORE", 1, "ch", [](const Arguments& a, const Options& o) { return list(a[0], o); },
      "list the runs in STORE",
-     "Lists the runs in STORE, the newest last, with their number of files and bytes.\n"},
+     "Lists the runs in STORE, the newest last, with their number of files and bytes.\n"
+     "\n"
+     "With --csv the list is CSV, in UTF-8: a line of headings, and a line for each run. A name\n"
+     "that is not UTF-8, or that holds a control character, a line separator or a mark of text\n"
+     "direction, is given as 'base64:' and its bytes in Base64; so is one that begins that way.\n"},
     {"verify", "STORE", 1, "hq",
      [](const Arguments& a, const Options& o) { return verify(a[0], o); },
      "check everything in STORE",
@@ -78,9 +101,37 @@ const Command COMMANDS[] = {
      "Nothing outside DEST is changed. Modes are restored as they were, set-user-ID bits\n"
      "included; files belong to the user who restores. A file with a damaged block is named\n"
      "and left out.\n"},
+    {"next", "SCHEDULE", 1, "hn",
+     [](const Arguments& a, const Options& o) { return next(a[0], o); },
+     "tell when SCHEDULE is due next",
+     "Prints the next times at which SCHEDULE is due, in local time and with its distance from\n"
+     "UTC, one a line. SCHEDULE is one argument of five fields:\n"
+     "\n"
+     "  minute            0 to 59\n"
+     "  hour              0 to 23\n"
+     "  day of the month  1 to 31, or L for the last one\n"
+     "  month             1 to 12, or jan to dec\n"
+     "  weekday           0 to 7, from Sunday to Sunday, or sun to sat\n"
+     "\n"
+     "A field is '*' for all values, or a list with ',' of values and ranges: '0,30', 'mon-fri'.\n"
+     "With '/N' behind it, '*' or a range means every Nth value of it: '8-18/2'. '5/15' is\n"
+     "'5-59/15', with the field's last value. A field '-' has no value. '30 22 * * 1-5' is due\n"
+     "at 22:30 from Monday to Friday.\n"
+     "\n"
+     "When the day of the month and the weekday are both something else than '*', a day is due\n"
+     "that is either of them: '0 0 13 * fri' on each 13th and on each Friday.\n"
+     "\n"
+     "When clocks go forward, what is due at a time that is left out is due once, at the first\n"
+     "moment after the gap. When they go back, a time that comes twice is due the first time.\n"
+     "\n"
+     "A SCHEDULE that is never due, such as '0 0 30 2 *', is a fault.\n"},
 };
 
-const option OPTIONS[] = {{"help", no_argument, nullptr, 'h'},
+const option OPTIONS[] = {{"count", required_argument, nullptr, 'n'},
+                          {"csv", no_argument, nullptr, 'c'},
+                          {"help", no_argument, nullptr, 'h'},
+                          {"no-wait", no_argument, nullptr, 'w'},
+                          {"options", required_argument, nullptr, 'o'},
                           {"quiet", no_argument, nullptr, 'q'},
                           {"run", required_argument, nullptr, 'r'},
                           {"exclude", required_argument, nullptr, 'x'},
@@ -88,8 +139,12 @@ const option OPTIONS[] = {{"help", no_argument, nullptr, 'h'},
                           {}};
 
 const char* option_help(char letter) {
-    return letter == 'q'   ? "-q, --quiet                no progress bar and no summary"
+    return letter == 'c'   ? "-c, --csv                  print CSV, for other programs"
+           : letter == 'n' ? "-n, --count N              print N times, 1 to 1000, and not 5"
+           : letter == 'o' ? "-o, --options FILE         take options from FILE, too"
+           : letter == 'q' ? "-q, --quiet                no progress bar and no summary"
            : letter == 'r' ? "-r, --run NAME             restore this run and not the newest one"
+           : letter == 'w' ? "-w, --no-wait              end when another save works on STORE"
            : letter == 'x' ? "-x, --exclude PATTERN      leave out what matches; may be repeated"
            : letter == 'X' ? "-X, --exclude-class CLASS  leave out the files of it; may be repeated"
                            : "-h, --help                 this text";
@@ -116,7 +171,7 @@ int print_help() {
         "or part of a control character, a line separator or a mark of text direction.\n"
         "\n"
         "Exit status: 0 done; 1 something could not be saved, restored or verified, and was\n"
-        "named; 2 the command could not be done.");
+        "named; 2 the command could not be done; 3 another save works on the store.");
     return DONE;
 }
 
@@ -145,15 +200,56 @@ int usage_error(const std::string& reason) {
     return FAILED;
 }
 
-void set(Options& options, int letter) {
-    if (letter == 'q') {
+unsigned int read_count(const std::string& text) {
+    constexpr unsigned int MAX = 1000;
+    unsigned int count = 0;
+    const bool is_number = text.find_first_not_of("0123456789") == std::string::npos &&
+                           nuriccl::fromStr(count, text) && count >= 1 && count <= MAX;
+    return is_number ? count : throw Error(text, "is no count from 1 to 1000");
+}
+
+void set(Options& options, int letter, const std::string& value) {
+    if (letter == 'c') {
+        options.csv = true;
+    } else if (letter == 'n') {
+        options.count = read_count(value);
+    } else if (letter == 'q') {
         options.quiet = true;
     } else if (letter == 'r') {
-        options.run = optarg;
+        options.run = value;
+    } else if (letter == 'w') {
+        options.no_wait = true;
     } else if (letter == 'x') {
-        options.exclusions.add_pattern(optarg);
+        options.exclusions.add_pattern(value);
     } else {
-        options.exclusions.add_class(optarg);
+        options.exclusions.add_class(value);
+    }
+}
+
+// Whether the option can stand in a file. Help is of no use there, and files in files might never end.
+bool takes_in_file(const Command& command, const option& known) {
+    return known.name != nullptr && takes(command, known.val) && known.val != 'h' &&
+           known.val != 'o';
+}
+
+void add_options_of_file(const Command& command, const std::string& path, Options& options) {
+    const Descriptor file = open_at(AT_FDCWD, path, O_RDONLY, path);
+    for (const auto& [key, value] : read_settings(file.get(), path)) {
+        const auto* const known =
+            std::find_if(std::begin(OPTIONS), std::end(OPTIONS), [&, &key = key](const option& o) {
+                return takes_in_file(command, o) && o.name == key;
+            });
+        if (known == std::end(OPTIONS)) {
+            throw Error(path, std::string(command.name) + " has no option '" + readable(key) +
+                                  "' for a file");
+        }
+        const bool yes_or_no = known->has_arg == no_argument;
+        if (yes_or_no && value != "yes" && value != "no") {
+            throw Error(path, key + " is neither 'yes' nor 'no'");
+        }
+        if (!yes_or_no || value == "yes") {
+            set(options, known->val, value);
+        }
     }
 }
 
@@ -162,7 +258,8 @@ int run_command(const Command& command, int argc, char** argv) {
     Options options;
     optind = 2;
     // The ':' in front keeps getopt_long from messages of its own, which show options as they are.
-    for (int letter; (letter = getopt_long(argc, argv, ":hqr:x:X:", OPTIONS, nullptr)) != -1;) {
+    for (int letter;
+         (letter = getopt_long(argc, argv, ":chn:o:qr:wx:X:", OPTIONS, nullptr)) != -1;) {
         if (letter == ':') {
             return usage_error("an argument is missing behind '" + readable(argv[argc - 1]) + "'");
         }
@@ -175,7 +272,12 @@ int run_command(const Command& command, int argc, char** argv) {
         if (letter == 'h') {
             return print_help(command);
         }
-        set(options, letter);
+        const std::string value = optarg != nullptr ? optarg : "";
+        if (letter == 'o') {
+            add_options_of_file(command, value, options);
+        } else {
+            set(options, letter, value);
+        }
     }
     const Arguments arguments(argv + optind, argv + argc);
     if (arguments.size() != command.argument_count) {

@@ -17,22 +17,25 @@ using nuriccl::Signature;
 using nuriccl::to_str;
 using Kind = Record::Kind;
 
-const std::string VERSION = "1";
+const std::string FIRST_LINE_START = "minibackup manifest ";
+const std::string FIRST_LINE = FIRST_LINE_START + "1";
+const std::string SIGNATURE_START = "signature ";
 
-// First words of the records and how many words they have, by kind.
-constexpr std::array<std::string_view, 7> WORDS = {"dir",   "leave", "link", "file",
-                                                   "block", "zeros", "end"};
-constexpr std::array<std::size_t, 7> WORD_COUNTS = {6, 1, 7, 6, 3, 2, 2};
-constexpr std::size_t TOO_MANY_WORDS = 8;
+// First fields of the records and how many fields they have, by kind.
+const std::array<std::string, 7> KINDS = {"dir", "leave", "link", "file", "block", "zeros", "end"};
+constexpr std::array<std::size_t, 7> FIELD_COUNTS = {6, 1, 7, 6, 3, 2, 2};
 
 constexpr std::size_t WRITE_SIZE = 0x10000;
 constexpr std::uint64_t FILE_SIZE_MAX = std::numeric_limits<std::int64_t>::max();
 
+// Reads a number in its only form.
 template <class Number>
-bool parse(Number& number, std::string_view word, int radix = 10) {
-    const char* const end = word.data() + word.size();
-    const auto [stop, error] = std::from_chars(word.data(), end, number, radix);
-    return error == std::errc() && stop == end;
+bool parse(Number& number, const std::string& field, int radix = 10) {
+    const char* const end = field.data() + field.size();
+    const auto [stop, error] = std::from_chars(field.data(), end, number, radix);
+    std::array<char, 24> digits;
+    const auto written = std::to_chars(digits.begin(), digits.end(), number, radix);
+    return error == std::errc() && stop == end && field == std::string(digits.begin(), written.ptr);
 }
 
 const unsigned char* to_bytes(const char* text) {
@@ -50,13 +53,13 @@ bool is_component(const std::string& name) {
 
 ManifestWriter::ManifestWriter(StoreWriter& store, const std::string& source)
     : store_(store), file_(store.create_manifest()) {
-    line({"minibackup", "manifest", VERSION});
+    buffer_ = FIRST_LINE + '\n';
     line({"saved", to_str(time_.tv_sec), to_str(time_.tv_nsec), time_text(time_)});
     line({"source", encode_name(source)});
 }
 
 void ManifestWriter::write(const Record& record) {
-    const std::string_view word = WORDS[static_cast<std::size_t>(record.kind)];
+    const std::string& kind = KINDS[static_cast<std::size_t>(record.kind)];
     if (record.kind == Kind::ZEROS) {
         zeros_ += record.length;
         return;
@@ -66,18 +69,28 @@ void ManifestWriter::write(const Record& record) {
         zeros_ = 0;
     }
     if (record.kind == Kind::LEAVE) {
-        line({word});
+        line({kind});
     } else if (record.kind == Kind::BLOCK) {
-        line({word, record.signature, to_str(record.length)});
+        line({kind, record.signature, to_str(record.length)});
     } else if (record.kind == Kind::END) {
-        line({word, to_str(record.length)});
+        line({kind, to_str(record.length)});
     } else {
-        file_start_ = written_ + buffer_.size();
-        const std::string link = record.kind == Kind::LINK ? ' ' + encode_name(record.target) : "";
-        line({word, to_str(record.mode, std::oct), to_str(record.mtime.tv_sec),
-              to_str(record.mtime.tv_nsec), time_text(record.mtime),
-              encode_name(record.name) + link});
+        write_entry(record);
     }
+}
+
+void ManifestWriter::write_entry(const Record& record) {
+    std::vector<std::string> fields = {KINDS[static_cast<std::size_t>(record.kind)],
+                                       to_str(record.mode, std::oct),
+                                       to_str(record.mtime.tv_sec),
+                                       to_str(record.mtime.tv_nsec),
+                                       time_text(record.mtime),
+                                       encode_name(record.name)};
+    if (record.kind == Kind::LINK) {
+        fields.push_back(encode_name(record.target));
+    }
+    file_start_ = written_ + buffer_.size();
+    line(std::move(fields));
 }
 
 void ManifestWriter::abandon_file() {
@@ -98,17 +111,14 @@ std::string ManifestWriter::finish() {
     const std::string signature = Signature::of(written);
     // A stream that fails is signed like an empty one.
     check(written.eof() && !written.bad() ? 0 : -1, store_.path(), "cannot read the manifest");
-    line({"signature", signature});
+    buffer_ = SIGNATURE_START + signature + '\n';
     flush();
     close_written(std::move(file_), store_.path());
     return store_.publish(time_);
 }
 
-void ManifestWriter::line(std::initializer_list<std::string_view> words) {
-    for (const std::string_view word : words) {
-        buffer_.append(word) += ' ';
-    }
-    buffer_.back() = '\n';
+void ManifestWriter::line(std::vector<std::string> fields) {
+    buffer_.append(FieldList(FIELD_SEPARATOR).write(std::move(fields))) += '\n';
     if (buffer_.size() >= WRITE_SIZE) {
         flush();
     }
@@ -142,16 +152,15 @@ void ManifestReader::start() {
     signature_.emplace();
     line_number_ = 0;
     begun_ = false;
-    require(read_line() && words_.size() == 3 && words_[0] == "minibackup" &&
-            words_[1] == "manifest");
-    if (words_[2] != VERSION) {
+    require(next_line() && line_.compare(0, FIRST_LINE_START.size(), FIRST_LINE_START) == 0);
+    if (line_ != FIRST_LINE) {
         throw Error(file_path_,
                     "is a '" + readable(line_) + "'; this program knows version 1 only");
     }
-    require(read_line() && words_.size() == 4 && words_[0] == "saved");
+    require(read_line() && fields_.size() == 4 && fields_[0] == "saved");
     read_time(time_, 1);
-    require(read_line() && words_.size() == 2 && words_[0] == "source");
-    require(decode_name(source_, words_[1]));
+    require(read_line() && fields_.size() == 2 && fields_[0] == "source");
+    require(decode_name(source_, fields_[1]));
 }
 
 bool ManifestReader::next(Record& record) {
@@ -172,8 +181,8 @@ bool ManifestReader::read(Record& record) {
         return false;
     }
     const auto kind =
-        static_cast<std::size_t>(std::find(WORDS.begin(), WORDS.end(), words_[0]) - WORDS.begin());
-    require(kind < WORDS.size() && words_.size() == WORD_COUNTS[kind]);
+        static_cast<std::size_t>(std::find(KINDS.begin(), KINDS.end(), fields_[0]) - KINDS.begin());
+    require(kind < KINDS.size() && fields_.size() == FIELD_COUNTS[kind]);
     record.kind = static_cast<Kind>(kind);
     require(in_file_ == (record.kind >= Kind::BLOCK));
     require(begun_ != open_.empty());
@@ -190,11 +199,11 @@ bool ManifestReader::read(Record& record) {
 }
 
 void ManifestReader::read_entry(Record& record) {
-    require(parse(record.mode, words_[1], 8) && record.mode <= 07777);
+    require(parse(record.mode, fields_[1], 8) && record.mode <= 07777);
     read_time(record.mtime, 2);
-    require(decode_name(record.name, words_[5]));
+    require(decode_name(record.name, fields_[5]));
     if (record.kind == Kind::LINK) {
-        require(decode_name(record.target, words_[6]) && !record.target.empty());
+        require(decode_name(record.target, fields_[6]) && !record.target.empty());
         require(record.target.find('\0') == std::string::npos);
     }
     if (begun_) {
@@ -214,7 +223,7 @@ void ManifestReader::read_entry(Record& record) {
 }
 
 void ManifestReader::read_piece(Record& record) {
-    require(parse(record.length, words_.back()));
+    require(parse(record.length, fields_[fields_.size() - 1]));
     if (record.kind == Kind::END) {
         require(record.length == file_size_);
         in_file_ = false;
@@ -223,35 +232,38 @@ void ManifestReader::read_piece(Record& record) {
     require(record.length != 0 && record.length <= FILE_SIZE_MAX - file_size_);
     file_size_ += record.length;
     if (record.kind == Kind::BLOCK) {
-        require(is_signature(words_[1]) && record.length <= BLOCK_SIZE);
-        record.signature = words_[1];
+        require(is_signature(fields_[1]) && record.length <= BLOCK_SIZE);
+        record.signature = fields_[1];
     }
 }
 
-void ManifestReader::read_time(timespec& time, std::size_t word) const {
-    require(parse(time.tv_sec, words_[word]) && parse(time.tv_nsec, words_[word + 1]));
+void ManifestReader::read_time(timespec& time, std::size_t field) const {
+    require(parse(time.tv_sec, fields_[field]) && parse(time.tv_nsec, fields_[field + 1]));
     require(time.tv_nsec >= 0 && time.tv_nsec < 1000000000);
 }
 
-// Takes the next line apart. False at the signature, which must be right, and the last line.
-bool ManifestReader::read_line() {
+// Goes to the next line. False at the signature, which must be right, and the last line.
+bool ManifestReader::next_line() {
     ++line_number_;
     std::getline(file_, line_);
     check(file_.bad() ? -1 : 0, file_path_, "cannot read");
     require(file_ && !file_.eof()); // each line has its end
-    words_.clear();
-    for (std::size_t start = 0, end; start <= line_.size() && words_.size() < TOO_MANY_WORDS;
-         start = end + 1) {
-        end = std::min(line_.find(' ', start), line_.size());
-        words_.emplace_back(line_.data() + start, end - start);
-    }
-    if (words_[0] == "signature") {
-        require(line_ == "signature " + signature_->close().to_string());
+    if (line_.compare(0, SIGNATURE_START.size(), SIGNATURE_START) == 0) {
+        require(line_ == SIGNATURE_START + signature_->close().to_string());
         require(file_.peek() == std::ifstream::traits_type::eof());
         return false;
     }
     signature_->update(to_bytes(line_.data()), static_cast<unsigned int>(line_.size()));
     signature_->update(to_bytes("\n"), 1);
+    return true;
+}
+
+// Goes to the next line and takes it apart.
+bool ManifestReader::read_line() {
+    if (!next_line()) {
+        return false;
+    }
+    require(fields_.read(line_) && fields_.size() != 0);
     return true;
 }
 

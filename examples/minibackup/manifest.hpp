@@ -3,9 +3,9 @@
 /// @file
 /// The manifest of a run: what the saved tree looks like and which blocks its files are made of.
 ///
-/// It is text, a record on each line, its words separated by one blank. MTIME is three words: seconds
-/// since 1970, nanoseconds, and the same as a time stamp for people. Names are encoded (see names.hpp), in
-/// the one way there is to encode each.
+/// It is text, a record on each line, its fields separated by one blank and quoted where they have to be
+/// (see fields.hpp). MTIME is three fields: seconds since 1970, nanoseconds, and the same as a time stamp,
+/// which is for people and not read. Names are encoded (see names.hpp).
 ///
 ///     minibackup manifest 1
 ///     saved MTIME
@@ -22,24 +22,28 @@
 /// The first entry is the directory "."; everything else is in it. A name is one component of a path:
 /// neither empty nor "." or "..", without '/' and NUL. Modes are octal, 12 bits.
 ///
+/// The separator is a blank and not the usual comma because a manifest is for the eye, too, and its lines
+/// are mostly words and numbers. Each field has one form: one that is written in another, a number with a
+/// zero in front or a name in quotes that needs none, is damage.
+///
 /// The program was not released yet, and until it is, version 1 changes without a new number. It has
-/// changed last in the escapes of names: their digits are in lower case, and only what needs an escape may
-/// have one. A store with manifests from before is to be made anew.
+/// changed last in the form of names. A store with manifests from before is to be made anew.
 ///
 /// Both classes handle a manifest as a stream, in constant memory.
 
+#include "fields.hpp"
 #include "store.hpp"
 
 #include <cstdint>
 #include <fstream>
-#include <initializer_list>
 #include <nuriccl/signature.hpp>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace minibackup {
+
+constexpr char FIELD_SEPARATOR = ' ';
 
 struct Record {
     enum class Kind { DIRECTORY, LEAVE, LINK, FILE, BLOCK, ZEROS, END };
@@ -75,7 +79,8 @@ public:
     std::string finish();
 
 private:
-    void line(std::initializer_list<std::string_view> words);
+    void write_entry(const Record& record);
+    void line(std::vector<std::string> fields);
     void flush();
 
     StoreWriter& store_;
@@ -113,7 +118,8 @@ private:
     bool read(Record& record);
     void read_entry(Record& record);
     void read_piece(Record& record);
-    void read_time(timespec& time, std::size_t word) const;
+    void read_time(timespec& time, std::size_t field) const;
+    bool next_line();
     bool read_line();
     void require(bool rule) const;
 
@@ -122,7 +128,7 @@ private:
     std::optional<nuriccl::Signature> signature_; // of the lines so far
     std::string line_;
     std::uint64_t line_number_ = 0;
-    std::vector<std::string_view> words_; // of the line
+    FieldList fields_{FIELD_SEPARATOR}; // of the line
 
     timespec time_ = {};
     std::string source_;

@@ -1,7 +1,8 @@
 #include "names.hpp"
 
 #include <algorithm>
-#include <nuriccl/CharacterEncoder.hpp>
+#include <new>
+#include <nuriccl/Base64Wrapper.hpp>
 #include <nuriccl/encoding.hpp>
 #include <nuriccl/string.hpp>
 
@@ -10,20 +11,11 @@ namespace minibackup {
 namespace {
 
 namespace Encoding = nuriccl::Encoding;
-using nuriccl::CharacterEncoder;
+using nuriccl::Base64Wrapper;
 
-CharacterEncoder make_word_encoder() {
-    CharacterEncoder encoder("%\x7f");
-    for (char c = '\0'; c <= ' '; ++c) {
-        encoder.protect(c);
-    }
-    return encoder;
-}
+const std::string BASE64 = "base64:";
 
-const CharacterEncoder& word_encoder() {
-    static const CharacterEncoder encoder = make_word_encoder();
-    return encoder;
-}
+bool is_base64(const std::string& text) { return text.compare(0, BASE64.size(), BASE64) == 0; }
 
 bool is_harmful(wchar_t character) {
     struct Range {
@@ -41,6 +33,19 @@ std::size_t utf8_length(wchar_t character) {
     return character < 0x80 ? 1 : character < 0x800 ? 2 : character < 0x10000 ? 3 : 4;
 }
 
+// Whether all bytes are UTF-8 of characters that do no harm.
+bool is_harmless(const std::string& name) {
+    const auto is_printable = [](char c) { return c >= ' ' && c < '\x7f'; };
+    if (std::all_of(name.begin(), name.end(), is_printable)) {
+        return true; // as most names are, without asking for more
+    }
+    std::wstring characters;
+    return name.find('\0') == std::string::npos &&
+           Encoding::toWideChar(name.data(), static_cast<unsigned int>(name.size()), characters,
+                                Encoding::CP_UTF8) &&
+           std::none_of(characters.begin(), characters.end(), is_harmful);
+}
+
 std::string escaped(const std::string& bytes) {
     std::string text;
     for (const char byte : bytes) {
@@ -51,12 +56,21 @@ std::string escaped(const std::string& bytes) {
 
 } // namespace
 
-std::string encode_name(const std::string& name) { return word_encoder().encode(name); }
+std::string encode_name(const std::string& name) {
+    if (is_harmless(name) && !is_base64(name)) {
+        return name;
+    }
+    std::string text;
+    if (!Base64Wrapper::encode(name, text)) {
+        throw std::bad_alloc();
+    }
+    return BASE64 + text;
+}
 
-bool decode_name(std::string& name, std::string_view word) {
-    const std::string encoded(word);
-    name = word_encoder().decode(encoded); // which takes any word
-    return encode_name(name) == encoded;
+bool decode_name(std::string& name, const std::string& text) {
+    name = text;
+    return (!is_base64(text) || Base64Wrapper::decode(text.substr(BASE64.size()), name)) &&
+           encode_name(name) == text;
 }
 
 std::string readable(const std::string& name) {

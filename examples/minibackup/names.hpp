@@ -1,24 +1,24 @@
 #pragma once
 
 /// @file
-/// File names as words of a manifest and as text for people.
+/// File names as fields of a line and as text for people.
 ///
 /// A file name on disk is any bytes but NUL and '/'. Most are UTF-8; those that came from a system with
 /// another code page, or were cut in the middle of a character, are not. Nothing is ever converted: a name
 /// is kept as its bytes, and only what people see of it depends on what the bytes mean.
 
 #include <string>
-#include <string_view>
 
 namespace minibackup {
 
-/// The name as a word without blanks and control bytes: the bytes 0x00 to 0x20, 0x7f and '%' become %xx
-/// with two lower-case hexadecimal digits, every other byte stands for itself, also from 0x80 on.
+/// The name as UTF-8 text on one line that does no harm to a terminal, for manifests and for programs. A
+/// name stands for itself; one that would not be such a text, as told at `readable`, and one that begins
+/// with "base64:", becomes "base64:" and its bytes in Base64.
 std::string encode_name(const std::string& name);
 
 /// Undoes `encode_name`.
-/// @return false when the word is not what `encode_name` makes of any name; `name` is undefined then
-bool decode_name(std::string& name, std::string_view word);
+/// @return false when the text is not what `encode_name` makes of any name; `name` is undefined then
+bool decode_name(std::string& name, const std::string& text);
 
 /// The name for a message or a table: on one line, harmless to a UTF-8 terminal, and different for
 /// different names. Shown as \xhh, byte by byte, are

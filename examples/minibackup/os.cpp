@@ -9,6 +9,8 @@ namespace minibackup {
 
 namespace {
 
+using nuriccl::BAD_TIME;
+
 // Repeats a call that a signal interrupted.
 template <class Call>
 auto retried(Call call) {
@@ -17,6 +19,26 @@ auto retried(Call call) {
         result = call();
     }
     return result;
+}
+
+std::string text_of(const tm& parts, long nanoseconds) {
+    if (parts.tm_year <= -1900 || parts.tm_year > 8099) {
+        return BAD_TIME; // not in the years 1 to 9999; tm counts from 1900
+    }
+    isotime record{};
+    record.zone_flag = 1; // the zone is known
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion" // a day has 1440 minutes, which 12 bits hold
+    record.zone_offset = static_cast<std::int16_t>(parts.tm_gmtoff / 60);
+#pragma GCC diagnostic pop
+    record.year = static_cast<std::uint16_t>(parts.tm_year + 1900);
+    record.month = static_cast<std::uint8_t>(parts.tm_mon + 1);
+    record.day = static_cast<std::uint8_t>(parts.tm_mday);
+    record.hour = static_cast<std::uint8_t>(parts.tm_hour);
+    record.minute = static_cast<std::uint8_t>(parts.tm_min);
+    record.second = static_cast<std::uint8_t>(parts.tm_sec);
+    record.hundredths = static_cast<std::uint8_t>(nanoseconds / 10000000);
+    return nuriccl::to_str(record);
 }
 
 } // namespace
@@ -35,6 +57,11 @@ Descriptor open_at(int directory, const std::string& name, int flags, const std:
     const auto open = [&] { return openat(directory, name.c_str(), flags | O_CLOEXEC, mode); };
     return Descriptor(
         check(retried(open), path, (flags & O_CREAT) != 0 ? "cannot create" : "cannot open"));
+}
+
+void make_directory(int directory, const std::string& name, const std::string& path) {
+    const bool there = mkdirat(directory, name.c_str(), 0700) == 0 || errno == EEXIST;
+    check(there ? 0 : -1, path, "cannot create");
 }
 
 struct stat status_of(int fd, const std::string& path) {
@@ -97,20 +124,12 @@ timespec now() {
 
 std::string time_text(const timespec& time) {
     tm parts;
-    if (gmtime_r(&time.tv_sec, &parts) == nullptr || parts.tm_year <= -1900 ||
-        parts.tm_year > 8099) {
-        return nuriccl::BAD_TIME; // not in the years 1 to 9999; tm counts from 1900
-    }
-    isotime record{};
-    record.zone_flag = 1; // UTC, and known to be
-    record.year = static_cast<std::uint16_t>(parts.tm_year + 1900);
-    record.month = static_cast<std::uint8_t>(parts.tm_mon + 1);
-    record.day = static_cast<std::uint8_t>(parts.tm_mday);
-    record.hour = static_cast<std::uint8_t>(parts.tm_hour);
-    record.minute = static_cast<std::uint8_t>(parts.tm_min);
-    record.second = static_cast<std::uint8_t>(parts.tm_sec);
-    record.hundredths = static_cast<std::uint8_t>(time.tv_nsec / 10000000);
-    return nuriccl::to_str(record);
+    return gmtime_r(&time.tv_sec, &parts) != nullptr ? text_of(parts, time.tv_nsec) : BAD_TIME;
+}
+
+std::string local_time_text(std::time_t time) {
+    tm parts;
+    return localtime_r(&time, &parts) != nullptr ? text_of(parts, 0) : BAD_TIME;
 }
 
 } // namespace minibackup

@@ -59,6 +59,9 @@ constexpr int OPEN_DIRECTORY = O_RDONLY | O_DIRECTORY;
 Descriptor open_at(int directory, const std::string& name, int flags, const std::string& path,
                    mode_t mode = 0);
 
+/// Makes a directory for the owner alone, unless there is something of this name.
+void make_directory(int directory, const std::string& name, const std::string& path);
+
 struct stat status_of(int fd, const std::string& path);
 
 /// Device and inode: tells directories apart, whatever paths lead to them.
@@ -93,5 +96,8 @@ timespec now();
 
 /// The time stamp in UTC as `nuriccl::to_str` writes it: `nuriccl::BAD_TIME` outside the years 1 to 9999.
 std::string time_text(const timespec& time);
+
+/// The same of a whole second in local time, with its distance from UTC.
+std::string local_time_text(std::time_t time);
 
 } // namespace minibackup

@@ -3,6 +3,7 @@
 
 #include "block_reader.hpp"
 #include "commands.hpp"
+#include "lock.hpp"
 #include "manifest.hpp"
 #include "names.hpp"
 #include "progress.hpp"
@@ -169,10 +170,14 @@ bool Saver::save_content(std::uint64_t& size) {
 } // namespace
 
 int save(const std::string& source_text, const std::string& store_path, const Options& options) {
-    Progress progress(options.quiet);
     const Source source = parse_source(source_text);
     TreeCursor at(source.root);
     const std::vector<Identity> leading = directories_on(source.way, at);
+    StoreLock lock;
+    if (!lock.acquire(store_path, !options.no_wait)) {
+        return BUSY;
+    }
+    Progress progress(options.quiet); // counts the time from now on
     StoreWriter store(store_path);
     const Identity left_out = store.identity();
     if (std::find(leading.begin(), leading.end(), left_out) != leading.end()) {

@@ -1,13 +1,18 @@
 #include "store.hpp"
 
-#include "names.hpp"
+#include "settings.hpp"
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
+#include <map>
 #include <nuriccl/signature.hpp>
 #include <nuriccl/string.hpp>
+#include <nuriccl/util.hpp>
+#include <nuriccl/Version.hpp>
 #include <nuriccl/Zlib.hpp>
 #include <sys/file.h>
+#include <thread>
 #include <unistd.h>
 
 namespace minibackup {
@@ -15,12 +20,15 @@ namespace minibackup {
 namespace {
 
 using nuriccl::Signature;
+using nuriccl::Version;
 using nuriccl::Zlib;
 using nuriccl::string::format_string;
 
 const std::string MARKER = "minibackup.format";
-const std::string MARKER_START = "minibackup store ";
-const std::string MARKER_TEXT = MARKER_START + "1\n";
+const std::string FORMAT = "1.0.0";
+const std::string BLOCK_SIZE_TEXT = nuriccl::to_str(BLOCK_SIZE);
+const std::string MARKER_TEXT = "format = " + FORMAT + "\nblock_size = " + BLOCK_SIZE_TEXT + '\n';
+const std::string DAMAGED = "the format of the store is damaged";
 const std::string BLOCKS = "blocks";
 const std::string TEMPORARY = "minibackup.tmp-";
 const std::string MANIFEST = "manifest"; // the last part of a temporary name
@@ -46,11 +54,6 @@ bool exists(int directory, const std::string& name, const std::string& path) {
     return found;
 }
 
-void make_directory(int directory, const std::string& name, const std::string& path) {
-    const bool there = mkdirat(directory, name.c_str(), 0700) == 0 || errno == EEXIST;
-    check(there ? 0 : -1, path, "cannot create");
-}
-
 Descriptor create(int directory, const std::string& name, const std::string& path) {
     return open_at(directory, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, path, 0600);
 }
@@ -60,14 +63,25 @@ void rename_in(int directory, const std::string& from, const std::string& to,
     check(renameat(directory, from.c_str(), directory, to.c_str()), path, "cannot rename");
 }
 
-// The whole of a file, of which no more than `limit` bytes are expected.
-void read_file(int fd, std::string& text, std::size_t limit, const std::string& path) {
+// Three numbers. What else `Version` reads is not a format.
+bool is_version(const std::string& text) {
+    std::vector<std::string> numbers;
+    nuriccl::string::split(text, '.', numbers);
+    return numbers.size() == 3 &&
+           std::all_of(numbers.begin(), numbers.end(), [](const std::string& number) {
+               return !number.empty() &&
+                      number.find_first_not_of("0123456789") == std::string::npos;
+           });
+}
+
+// The whole of a file with a compressed block.
+void read_packed(int fd, std::string& packed, const std::string& path) {
     const auto size = static_cast<std::uint64_t>(status_of(fd, path).st_size);
-    if (size > limit) {
+    if (size > PACKED_SIZE_MAX) {
         throw Error(path, "is longer than it can be");
     }
-    text.resize(static_cast<std::size_t>(size));
-    text.resize(read_whole(fd, text.data(), text.size(), path));
+    packed.resize(static_cast<std::size_t>(size));
+    packed.resize(read_whole(fd, packed.data(), packed.size(), path));
 }
 
 } // namespace
@@ -83,18 +97,31 @@ Store::Store(const std::string& path)
     : Store(open_at(AT_FDCWD, path, OPEN_DIRECTORY, path), path) {}
 
 Store::Store(Descriptor root, std::string path) : root_(std::move(root)), path_(std::move(path)) {
-    std::string text;
-    if (exists(root_.get(), MARKER, path_)) {
-        const Descriptor marker =
-            open_at(root_.get(), MARKER, O_RDONLY | O_NONBLOCK, path_of(MARKER));
-        read_file(marker.get(), text, 100, path_of(MARKER));
-    }
-    if (text.compare(0, MARKER_START.size(), MARKER_START) != 0) {
+    if (!exists(root_.get(), MARKER, path_)) {
         throw Error(path_, "is no minibackup store");
     }
-    if (text != MARKER_TEXT) {
-        nuriccl::string::crop_right(text, nuriccl::string::WHITESPACE);
-        throw Error(path_, "is a '" + readable(text) + "'; this program knows version 1 only");
+    check_format();
+}
+
+void Store::check_format() const {
+    const std::string path = path_of(MARKER);
+    const Descriptor marker = open_at(root_.get(), MARKER, O_RDONLY | O_NONBLOCK, path);
+    std::map<std::string, std::string> values;
+    const std::vector<Setting> settings = read_settings(marker.get(), path);
+    for (const auto& [key, value] : settings) {
+        values.emplace(key, value);
+    }
+    const std::string format = values["format"];
+    if (values.size() != settings.size() || !is_version(format)) {
+        throw Error(path, DAMAGED);
+    }
+    if (Version(format).compare_minor(FORMAT) > 0) {
+        throw Error(path_, "is a store of format " + format +
+                               ", and this program knows formats up to " + FORMAT +
+                               "; use a later minibackup for it");
+    }
+    if (values.size() != 2 || values["block_size"] != BLOCK_SIZE_TEXT) {
+        throw Error(path, DAMAGED);
     }
 }
 
@@ -116,7 +143,7 @@ const std::string& Store::load(const std::string& signature, std::uint32_t size)
     if (signature != block_signature_) {
         block_signature_.clear();
         const Descriptor file = open_at(root_.get(), name, O_RDONLY | O_NONBLOCK, path);
-        read_file(file.get(), packed_, PACKED_SIZE_MAX, path);
+        read_packed(file.get(), packed_, path);
         if (!Zlib::Inflate(block_, size, packed_) || Signature::of(block_) != signature) {
             throw Error(path, "the block is damaged");
         }
@@ -139,6 +166,18 @@ std::string unique_name() {
                                      time.tv_nsec, static_cast<unsigned int>(getpid()));
 }
 
+// Whether nobody else has the directory locked. A save that is killed is given some time: the kernel takes
+// its semaphores, for which the next save waits, before its files and the locks of those.
+bool lock_alone(int directory) {
+    constexpr int TRIES = 50;
+    bool locked = flock(directory, LOCK_EX | LOCK_NB) == 0;
+    for (int i = 1; i < TRIES && !locked; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        locked = flock(directory, LOCK_EX | LOCK_NB) == 0;
+    }
+    return locked;
+}
+
 std::string next_run(const std::vector<std::string>& runs, const timespec& time) {
     unsigned int last = 0;
     for (const std::string& run : runs) {
@@ -155,7 +194,6 @@ std::string next_run(const std::vector<std::string>& runs, const timespec& time)
 
 // Opens the directory under a lock, and makes a store of it if there is nothing in it.
 Descriptor StoreWriter::prepare(const std::string& path) {
-    make_directory(AT_FDCWD, path, path);
     Descriptor root = open_at(AT_FDCWD, path, OPEN_DIRECTORY, path);
     check(flock(root.get(), LOCK_SH), path, "cannot lock");
     if (exists(root.get(), MARKER, path)) {
@@ -178,7 +216,7 @@ Descriptor StoreWriter::prepare(const std::string& path) {
 
 StoreWriter::StoreWriter(const std::string& path)
     : Store(prepare(path), path), temporary_(unique_name()) {
-    if (flock(root_.get(), LOCK_EX | LOCK_NB) == 0) { // nobody else is saving
+    if (lock_alone(root_.get())) { // nobody else is saving
         DirectoryNames names(root_.get(), ".", path_);
         for (std::string name; names.next(name);) {
             if (is_temporary(name)) {

@@ -3,11 +3,20 @@
 /// @file
 /// The store: blocks of file content, each kept once under its signature, and a manifest for each run.
 ///
-///     STORE/minibackup.format      "minibackup store 1": what this directory is, and of which version
+///     STORE/minibackup.format      what this directory is, and of which format; see below
 ///     STORE/blocks/xx/y..y         the block with the signature xxy..y (40 digits), compressed
 ///     STORE/00000001-2026-...      a run (see manifest.hpp); the number counts up, so that the names of
 ///                                  runs sort by time even when the clock is set back
 ///     STORE/minibackup.tmp-*       what a save is writing
+///
+/// minibackup.format is a file of settings (see settings.hpp), each of which is there once:
+///
+///     format = 1.0.0        the version of all that this page and manifest.hpp tell
+///     block_size = 1048576  bytes of a block; there is no other size yet
+///
+/// A store whose format has a later first or second number (of one digit) is refused: this program cannot
+/// know how to read it, let alone how to write in it. The third number may grow with what this program
+/// does no harm to. A setting that is unknown in a known format is damage, as is one that is missing.
 ///
 /// A file appears under its final name only by renaming, whole and flushed to disk:
 ///  1. Blocks are written under temporary names, hundreds of them.
@@ -20,10 +29,15 @@
 /// A save that is killed leaves temporary files, which the next save removes, and blocks in no run, which
 /// the next save uses.
 ///
-/// Two saves at once are not a supported way of working, but do no harm: temporary names are unique and
-/// created exclusively, equal blocks replace each other, and runs are numbered under a lock. Every save
-/// holds a shared lock on STORE as long as it lives, and removes temporary files only when it gets the
-/// lock exclusively: when nobody else is writing any.
+/// One save at a time writes: it has the lock of the store (see lock.hpp). Where that does not reach, as on
+/// another machine, two saves at once do no harm: temporary names are unique and created exclusively, equal
+/// blocks replace each other, and runs are numbered under a lock. Every save holds a shared lock on STORE
+/// as long as it lives, and removes temporary files only when it gets the lock exclusively: when nobody
+/// else is writing any.
+///
+/// Who reads needs no lock, and waits for nobody: the runs it finds and their blocks are whole, nothing
+/// ever changes or removes them, and it does not look at temporary files. A run that is renamed after the
+/// directory was read is not seen; that reader came before it.
 
 #include "os.hpp"
 
@@ -44,7 +58,7 @@ bool is_signature(std::string_view text);
 /// A store for reading.
 class Store {
 public:
-    /// @throws Error when `path` is no store, or one of another version
+    /// @throws Error when `path` is no store, or one that this program cannot read
     explicit Store(const std::string& path);
 
     const std::string& path() const noexcept { return path_; }
@@ -67,14 +81,16 @@ protected:
     std::string packed_; // a compressed block
 
 private:
+    void check_format() const;
+
     std::string block_;
     std::string block_signature_; // of `block_`; empty when that is no block
 };
 
-/// A store for saving.
+/// A store for saving. Its lock is to be held as long as it lives.
 class StoreWriter : public Store {
 public:
-    /// Opens a store, or makes one of a directory that is missing or empty.
+    /// Opens a store, or makes one of an empty directory.
     explicit StoreWriter(const std::string& path);
 
     /// Removes what was not published, but for the blocks that are in their place.

@@ -3,6 +3,7 @@
 /// be about. Environment variables say what to do:
 ///
 ///     FAULTS_VANISH=NAME        opening NAME in a directory fails: it is not there any more
+///     FAULTS_STOP=NAME          the program stops (SIGSTOP) before it opens NAME in a directory
 ///     FAULTS_READ=NAME:BYTES    reading the file opened as NAME fails after so many bytes
 ///     FAULTS_WRITE=BYTES        the disk is full after so many bytes, all files together
 ///     FAULTS_LOG=PATH           a line for each call: "open NAME", "write", "flush" (all of the
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -65,6 +67,9 @@ int openat(int directory, const char* name, int flags, ...) {
     if (setting("FAULTS_VANISH") == name) {
         errno = ENOENT;
         return -1;
+    }
+    if (setting("FAULTS_STOP") == name) {
+        std::raise(SIGSTOP);
     }
     log(std::string("open ") + name);
     const int file = real_openat(directory, name, flags, mode);

@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <iterator>
+#include <nuriccl/Base64Wrapper.hpp>
+#include <nuriccl/fsvlist.hpp>
 #include <pty.h>
 #include <random>
 #include <set>
@@ -436,7 +439,7 @@ TEST_F(MinibackupTest, SourceThatIsTheStoreIsRefused) {
 TEST_F(MinibackupTest, EmptyDirectoryBecomesAStoreAndAnotherDoesNot) {
     fs::create_directory(store());
     ASSERT_TRUE(ended(save(), 0));
-    EXPECT_EQ("minibackup store 1\n", read_file(at("b/minibackup.format")));
+    EXPECT_EQ("format = 1.0.0\nblock_size = 1048576\n", read_file(at("b/minibackup.format")));
     fs::create_directory(at("photos"));
     write_file(at("photos/me"), "me");
     const Picture before = picture_of(at("photos"));
@@ -451,21 +454,131 @@ TEST_F(MinibackupTest, EmptyDirectoryBecomesAStoreAndAnotherDoesNot) {
     EXPECT_FALSE(fs::exists(destination()));
 }
 
-TEST_F(MinibackupTest, StoreOfAnotherVersionIsRefusedAndUntouched) {
-    ASSERT_TRUE(ended(save(), 0));
-    write_file(at("b/minibackup.tmp-1-2-3-x"), "left by a program of the future");
-    for (const std::string mark :
-         {"minibackup store 2\n", "minibackup store 10\n", "minibackup store 1", "", "x"}) {
-        write_file(at("b/minibackup.format"), mark);
-        const Picture before = picture_of(store());
-        ASSERT_TRUE(ended(save(), 2)) << mark;
-        ASSERT_TRUE(ended(verify(), 2)) << mark;
-        ASSERT_TRUE(ended(run({"list", store()}), 2)) << mark;
-        ASSERT_TRUE(ended(restore(), 2)) << mark;
-        EXPECT_EQ(before, picture_of(store())) << mark;
+// The format of a store
+
+class Format : public MinibackupTest {
+protected:
+    Format() {
+        write_file(at("s/file"), "content");
+        EXPECT_TRUE(ended(save(), 0));
+        write_file(at("b/minibackup.tmp-1-2-3-x"), "left by a program of the future");
     }
-    write_file(at("b/minibackup.format"), "minibackup store 2\n");
-    EXPECT_TRUE(contains(verify().err, "'minibackup store 2'; this program knows version 1 only"));
+
+    // Every command refuses the store for this reason, and changes nothing.
+    void expect_refused(const std::string& format, const std::string& reason) {
+        SCOPED_TRACE(format);
+        write_file(at("b/minibackup.format"), format);
+        const Picture before = picture_of(store());
+        for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+                 {"save", source(), store()},
+                 {"list", store()},
+                 {"list", "--csv", store()},
+                 {"verify", store()},
+                 {"restore", store(), destination()},
+             }) {
+            const Outcome outcome = run(arguments);
+            EXPECT_TRUE(ended(outcome, 2)) << arguments[0];
+            EXPECT_EQ("", outcome.out);
+            EXPECT_EQ("minibackup: " + store() + reason + '\n', outcome.err);
+        }
+        EXPECT_FALSE(fs::exists(destination()));
+        EXPECT_EQ(before, picture_of(store()));
+    }
+
+    void expect_later(const std::string& version, const std::string& rest) {
+        expect_refused("format = " + version + '\n' + rest,
+                       ": is a store of format " + version +
+                           ", and this program knows formats up to 1.0.0; use a later minibackup "
+                           "for it");
+    }
+
+    static std::string with_block_size(const std::string& version) {
+        return "format = " + version + "\nblock_size = 1048576\n";
+    }
+};
+
+TEST_F(Format, LaterOnesAreRefusedAndUntouched) {
+    for (const std::string version :
+         {"2.0.0", "1.1.0", "1.10.0", "1.9.99", "10.0.0", "99999999999999999999.0.0"}) {
+        expect_later(version, "block_size = 1048576\n");
+    }
+    expect_later("2.0.0", ""); // whatever else a later one holds
+    expect_later("2.0.0", "block_size = 4194304\ncipher = \"none\"\n");
+}
+
+TEST_F(Format, OlderAndEqualOnesAreTaken) {
+    for (const std::string text :
+         {"format = 1.0.0\nblock_size = 1048576\n", "format = 1.0.7\nblock_size = 1048576\n",
+          "format = 0.9.0\nblock_size = 1048576\n", "block_size=1048576\nformat=1.0.0",
+          "# a comment\r\n\r\n \tformat = '1.0.0' \r\nblock_size \t= \"1048576\"\n\n"}) {
+        write_file(at("b/minibackup.format"), text);
+        ASSERT_TRUE(ended(save(), 0)) << text;
+        ASSERT_TRUE(ended(run({"list", store()}), 0)) << text;
+        ASSERT_TRUE(ended(verify(), 0)) << text;
+        ASSERT_TRUE(ended(restore(), 0)) << text;
+        EXPECT_EQ(picture_of(source()), picture_of(destination()));
+        EXPECT_EQ(text, read_file(at("b/minibackup.format")));
+    }
+}
+
+TEST_F(Format, DamagedOnesAreRefusedAndUntouched) {
+    const std::string reason = "/minibackup.format: the format of the store is damaged";
+    for (const std::string version :
+         {"1", "1.", "1.0", "1.0.", "1.0.0.0", ".0.0", "1..0", "..", "x", "1.x.0", "-1.0.0",
+          "+1.0.0", "1.0.0x", "\" 1.0.0\"", "2.", "2.0.0-rc1", "\"build 7\""}) {
+        expect_refused(with_block_size(version), reason);
+    }
+    for (const std::string& text :
+         {std::string(), std::string("\n"), std::string("# format = 1.0.0\n"),
+          std::string("format = 1.0.0\n"), std::string("block_size = 1048576\n"),
+          std::string("Format = 1.0.0\nblock_size = 1048576\n"),
+          std::string("format = 1.0.0\nblock_size = 1048577\n"),
+          std::string("format = 1.0.0\nblock_size = 01048576\n"),
+          std::string("format = 1.0.0\nblock_size = 4294967296\n"),
+          with_block_size("1.0.0") + "format = 1.0.0\n", // twice
+          with_block_size("1.0.0") + "format = 2.0.0\n",
+          with_block_size("1.0.0") + "unknown = x\n"}) {
+        expect_refused(text, reason);
+    }
+}
+
+TEST_F(Format, LinesThatAreNoSettingAreRefusedAndShown) {
+    for (const auto& [line, shown] : std::vector<std::pair<std::string, std::string>>{
+             {"minibackup store 1", "minibackup store 1"},
+             {"format", "format"},
+             {"format =", "format ="},
+             {"format = \"\"", "format = \"\""},
+             {"= 1.0.0", "= 1.0.0"},
+             {"format = \"1.0.0", "format = \"1.0.0"}, // a quote that stays open
+             {"format = '1.0.0\"", "format = '1.0.0\""},
+             {"\"format = 1.0.0", "\"format = 1.0.0"},
+             {"format = 1.0.0\\", "format = 1.0.0\\\\"}, // a backslash that escapes nothing
+             {"format = 1.0.0 \"\"", "format = 1.0.0 \"\""},
+             {"format = 1.0.0 x", "format = 1.0.0 x"},
+             {"x format = 1.0.0", "x format = 1.0.0"},
+             {"format = = 1.0.0", "format = = 1.0.0"},
+             {"format = 1.0.0 = 2.0.0", "format = 1.0.0 = 2.0.0"},
+             {"format = 1.0.0 \"\" x", "format = 1.0.0 \"\" x"},
+             {"format = 1.0.0 # known", "format = 1.0.0 # known"},
+             {std::string("format = 1.0.0\0", 15), "format = 1.0.0\\x00"},
+             {std::string("\0\0\x1b[2J\xff", 7), "\\x00\\x00\\x1b[2J\\xff"}}) {
+        expect_refused("\n" + line + "\nblock_size = 1048576\n",
+                       "/minibackup.format: line 2 is not KEY = VALUE: '" + shown + '\'');
+    }
+}
+
+TEST_F(Format, OneThatIsTooLongOrNoFileIsRefused) {
+    const std::string text = with_block_size("1.0.0");
+    write_file(at("b/minibackup.format"), text + std::string(65536 - text.size(), '\n'));
+    ASSERT_TRUE(ended(verify(), 0));
+    expect_refused(text + std::string(65537 - text.size(), '\n'),
+                   "/minibackup.format: is longer than 65536 bytes");
+    fs::remove(at("b/minibackup.format"));
+    ASSERT_EQ(0, mkfifo(at("b/minibackup.format").c_str(), 0600));
+    EXPECT_TRUE(contains(verify().err, "the format of the store is damaged"));
+    fs::remove(at("b/minibackup.format"));
+    fs::create_directory(at("b/minibackup.format"));
+    EXPECT_TRUE(contains(verify().err, "/minibackup.format: cannot read: Is a directory"));
 }
 
 TEST_F(MinibackupTest, DestinationMustBeMissingOrEmpty) {
@@ -529,6 +642,38 @@ TEST_F(MinibackupTest, ListTellsTheRunsOldestFirst) {
         EXPECT_EQ(bytes, byte_count);
         EXPECT_EQ(source(), from);
     }
+}
+
+TEST_F(MinibackupTest, CsvListTellsTheSameAndIsReadBack) {
+    write_file(at("s/file"), "12345");
+    ASSERT_TRUE(ended(save(), 0));
+    write_file(at("s/file 2"), "67");
+    fs::rename(source(), at("a \"b\", c"));
+    ASSERT_TRUE(ended(run({"save", at("a \"b\", c"), store()}), 0));
+    const Outcome outcome = run({"list", "--csv", store()});
+    ASSERT_TRUE(ended(outcome, 0));
+    const std::vector<std::string> lines = lines_of(outcome.out);
+    ASSERT_EQ(3U, lines.size());
+    EXPECT_EQ("RUN,SAVED,FILES,BYTES,SOURCE", lines[0]);
+    EXPECT_TRUE(contains(lines[2], ",2,7,\"" + at("a \"\"b\"\", c") + '"'));
+    std::vector<std::vector<std::string>> rows;
+    for (const std::string& line : lines) {
+        rows.push_back(nuriccl::FSVList().parse(line).to_list());
+        ASSERT_EQ(5U, rows.back().size()) << line;
+    }
+    const std::string table = run({"list", store()}).out;
+    for (std::size_t i : {1U, 2U}) {
+        EXPECT_EQ(runs()[i - 1], rows[i][0]);
+        EXPECT_TRUE(contains(table, rows[i][1]));
+        EXPECT_EQ(std::to_string(i), rows[i][2]);
+        EXPECT_EQ(i == 1 ? "5" : "7", rows[i][3]);
+        EXPECT_EQ(i == 1 ? source() : at("a \"b\", c"), rows[i][4]);
+    }
+    EXPECT_EQ(outcome.out, run({"list", store(), "-c"}).out);
+    write_file(at("b/" + runs().front()), "damaged");
+    const Outcome damaged = run({"list", "--csv", store()});
+    ASSERT_TRUE(ended(damaged, 1));
+    EXPECT_EQ(lines[0] + '\n' + lines[2] + '\n', damaged.out);
 }
 
 // Damage
@@ -671,14 +816,14 @@ protected:
         write_file(at("outside/mine"), "mine");
     }
 
-    static std::string hex_escape(int byte) {
-        const std::string digits = "0123456789abcdef";
-        const auto value = static_cast<std::size_t>(byte);
-        return {'%', digits[value / 16], digits[value % 16]};
+    static std::string base64(const std::string& bytes) {
+        std::string text;
+        EXPECT_TRUE(nuriccl::Base64Wrapper::encode(bytes, text));
+        return "base64:" + text;
     }
 
     static std::string entry(const std::string& kind, const std::string& names) {
-        return kind + " 0755 1000000000 5 2001-09-09T01:46:40.00+00:00 " + names + '\n';
+        return kind + " 755 1000000000 5 2001-09-09T01:46:40.00+00:00 " + names + '\n';
     }
 
     static std::string block(const std::string& content) {
@@ -719,8 +864,29 @@ TEST_F(EvilManifest,
 }
 
 TEST_F(EvilManifest, NamesThatAreNoComponentAreRefused) {
-    for (const std::string name : {"..", ".", "", "../x", "/x", "x/y", "x/", "%2E%2E", "..%2Fx",
-                                   "%2F", "%2e%2e", "..%2fx", "%2f", "%00", "x%00y", "x y"}) {
+    for (const std::string& name : {std::string(".."),
+                                    std::string("."),
+                                    std::string(),
+                                    std::string("../x"),
+                                    std::string("/x"),
+                                    std::string("x/y"),
+                                    std::string("x/"),
+                                    std::string("x y"),
+                                    std::string("\"\""),
+                                    std::string("\"..\""),
+                                    std::string("\"../x y\""),
+                                    std::string("\"/x y\""),
+                                    std::string("\" /\""),
+                                    base64(""),
+                                    base64("."),
+                                    base64(".."),
+                                    base64("/"),
+                                    base64("../x"),
+                                    base64("\n/x"),
+                                    base64("../\n"),
+                                    base64("\xff/"),
+                                    base64(std::string(1, '\0')),
+                                    base64(std::string("x\0y", 3))}) {
         for (const std::string& records :
              {file(name), entry("dir", name) + "leave\n", entry("link", name + " target")}) {
             forge(root_ + records + "leave\n");
@@ -734,21 +900,25 @@ TEST_F(EvilManifest, NamesThatAreNoComponentAreRefused) {
     expect_outside_untouched();
 }
 
-// Each byte has one form, as itself or escaped, and a name may hold all but two of them.
+// Each byte has one form, as itself, in quotes or in Base64, and a name may hold all but two of them.
 TEST_F(EvilManifest, NamesAreTakenInTheirEncodedFormOnly) {
-    const std::string own_run = runs().front();
-    std::set<std::string> wrong;
+    enum { PLAIN, QUOTED, BASE64, FORMS };
+    const auto form_of = [](int byte) {
+        return byte == ' ' || byte == '"' ? QUOTED : byte < ' ' || byte >= 0x7F ? BASE64 : PLAIN;
+    };
+    std::set<std::string> right = {runs().front()};
+    std::set<std::string> all = right;
     for (int byte = 0; byte < 256; ++byte) {
-        const bool needs_escape = byte <= ' ' || byte == 0x7F || byte == '%';
-        const std::string number = std::to_string(byte);
-        forge_run("1" + number, root_ + file("x" + hex_escape(byte)) + "leave\n");
-        if (!needs_escape || byte == 0) {
-            wrong.insert("1" + number);
-        }
-        forge_run("2" + number,
-                  root_ + file(std::string("x") + static_cast<char>(byte)) + "leave\n");
-        if (needs_escape || byte == '/') {
-            wrong.insert("2" + number);
+        const std::string name = {'x', static_cast<char>(byte)};
+        const std::string quoted = '"' + name + (byte == '"' ? "\"\"" : "\"");
+        const std::string forms[] = {name, quoted, base64(name)};
+        for (int form = 0; form < FORMS; ++form) {
+            const std::string run = std::to_string(form + 1) + '-' + std::to_string(byte);
+            forge_run(run, root_ + file(forms[form]) + "leave\n");
+            all.insert(run);
+            if (form == form_of(byte) && byte != 0 && byte != '/') {
+                right.insert(run);
+            }
         }
     }
     const Outcome outcome = verify();
@@ -759,17 +929,60 @@ TEST_F(EvilManifest, NamesAreTakenInTheirEncodedFormOnly) {
         const std::size_t start = std::string("minibackup: run ").size();
         named.insert(line.substr(start, line.find(':', start) - start));
     }
+    std::set<std::string> wrong;
+    std::set_difference(all.begin(), all.end(), right.begin(), right.end(),
+                        std::inserter(wrong, wrong.end()));
     EXPECT_EQ(wrong, named);
-    EXPECT_TRUE(contains(outcome.out, "runs      " + std::to_string(513 - wrong.size()) + '\n'));
-    forge_run("3", root_ + file("x%0a%25%01y") + "leave\n");
-    ASSERT_TRUE(ended(run({"restore", "--run", "3", store(), destination()}), 0));
-    EXPECT_EQ("content", read_file(at("d/x\n%\x01y")));
+    EXPECT_EQ(255U, right.size());
+    EXPECT_TRUE(contains(outcome.out, "runs      255\n"));
+    forge_run("4", root_ + file("base64:eAoBeQ==") + file("\"a \"\"b\"\"\"") +
+                       file("base64:YmFzZTY0Og==") + "leave\n");
+    ASSERT_TRUE(ended(run({"restore", "--run", "4", store(), destination()}), 0));
+    EXPECT_EQ("content", read_file(at("d/x\n\x01y")));
+    EXPECT_EQ("content", read_file(at("d/a \"b\"")));
+    EXPECT_EQ("content", read_file(at("d/base64:")));
 }
 
 TEST_F(EvilManifest, DamagedEncodedNamesAreRefused) {
-    for (const std::string word : {"%",   "%%",   "x%",  "x%0", "%0",   "%0A",    "%7F",      "%0g",
-                                   "%g0", "%:0",  "%0:", "%-1", "%+1",  "%0x",    "%x0",      "%a",
-                                   "%2",  "%25%", "%41", "%ff", "%%25", "%0\xC3", "%\xFF\xFF"}) {
+    for (const std::string word : {"x\"",
+                                   "\"x",
+                                   "x\"y",
+                                   "\"x\"",
+                                   "\"x\"y",
+                                   "x\"y\"",
+                                   "\"\"x",
+                                   "\"x y",
+                                   "\"x y\"z",
+                                   "\"x y\" ",
+                                   "\"x\"\" y",
+                                   "'x y'",
+                                   "x\\ y",
+                                   "\"x\ty\"",
+                                   "x\t",
+                                   "x\r",
+                                   "\"x\ry\"",
+                                   "x\x1b[2J",
+                                   "x\x7f",
+                                   "\xff",
+                                   "x\xC3",
+                                   "\xC0\xAF",
+                                   "\xED\xA0\x80",
+                                   "x\xC2\x80",
+                                   "\xE2\x80\xA8",
+                                   "\xE2\x80\xAE",
+                                   "base64:",
+                                   "base64:x",
+                                   "base64:eAo",
+                                   "base64:eAo==",
+                                   "base64:eAp=",
+                                   "base64:eA==",
+                                   "base64:eAo=eAo=",
+                                   "base64:-_8=",
+                                   "base64:eAo*",
+                                   "\"base64:eAo=\"",
+                                   "\"base64:eAo =\"",
+                                   "base64:eAo= ",
+                                   "base64:eA\"\"o="}) {
         for (const std::string& records :
              {file(word), entry("dir", word) + "leave\n", entry("link", word + " target"),
               entry("link", "l " + word)}) {
@@ -790,23 +1003,23 @@ TEST_F(EvilManifest, RecordsThatBreakTheRulesAreRefused) {
     const std::string begun = root_ + entry("file", "f");
     const std::string content = block("content");
     for (const std::string& records : {
-             std::string(),                              // nothing at all
-             file("f"),                                  // no root directory
-             entry("dir", "x") + "leave\n",              // of another name
-             root_,                                      // never left
-             root_ + "leave\nleave\n",                   // left twice
-             root_ + "leave\n" + root_ + "leave\n",      // there twice
-             root_ + "leave\n" + file("f"),              // something behind it
-             root_ + entry("link", "l") + "leave\n",     // no target
-             root_ + entry("link", "l ") + "leave\n",    // an empty one
-             root_ + entry("link", "l %00") + "leave\n", // with a NUL
-             root_ + entry("pipe", "p") + "leave\n",     // unknown kind
-             root_ + content + "leave\n",                // content of nothing
-             root_ + "end 0\nleave\n",                   // end of nothing
-             begun + "leave\n",                          // content without end
-             begun + content + "end 8\nleave\n",         // wrong sum
-             begun + "zeros 0\nend 0\nleave\n",          // empty pieces
-             begun + "zeros -1\nend -1\nleave\n",        // negative ones
+             std::string(),                           // nothing at all
+             file("f"),                               // no root directory
+             entry("dir", "x") + "leave\n",           // of another name
+             root_,                                   // never left
+             root_ + "leave\nleave\n",                // left twice
+             root_ + "leave\n" + root_ + "leave\n",   // there twice
+             root_ + "leave\n" + file("f"),           // something behind it
+             root_ + entry("link", "l") + "leave\n",  // no target
+             root_ + entry("link", "l ") + "leave\n", // an empty one
+             root_ + entry("link", "l " + base64(std::string(1, '\0'))) + "leave\n", // with a NUL
+             root_ + entry("pipe", "p") + "leave\n",                                 // unknown kind
+             root_ + content + "leave\n",         // content of nothing
+             root_ + "end 0\nleave\n",            // end of nothing
+             begun + "leave\n",                   // content without end
+             begun + content + "end 8\nleave\n",  // wrong sum
+             begun + "zeros 0\nend 0\nleave\n",   // empty pieces
+             begun + "zeros -1\nend -1\nleave\n", // negative ones
              begun + "zeros 9223372036854775808\nend 9223372036854775808\nleave\n", // too long ones
              begun + "zeros 9223372036854775807\nzeros 1\nend 9223372036854775808\nleave\n",
              begun + "block " + std::string(40, 'a') + " 1048577\nend 1048577\nleave\n",
@@ -816,11 +1029,34 @@ TEST_F(EvilManifest, RecordsThatBreakTheRulesAreRefused) {
              begun + content + entry("dir", "7") + "end 14\nleave\n", // no piece
              begun + "end 0x\nleave\n",                               // no number
              root_ + "dir 10000 0 0 x d\nleave\nleave\n",             // too many mode bits
-             root_ + "dir 0788 0 0 x d\nleave\nleave\n",              // not octal
-             root_ + "dir 0755 0 1000000000 x d\nleave\nleave\n", // a whole second of nanoseconds
-             root_ + "dir 0755 0 -1 x d\nleave\nleave\n",
-             root_ + "dir 0755 99999999999999999999 0 x d\nleave\nleave\n",
-             root_ + "\nleave\n", // an empty line
+             root_ + "dir 788 0 0 x d\nleave\nleave\n",               // not octal
+             root_ + "dir 755 0 1000000000 x d\nleave\nleave\n", // a whole second of nanoseconds
+             root_ + "dir 755 0 -1 x d\nleave\nleave\n",
+             root_ + "dir 755 99999999999999999999 0 x d\nleave\nleave\n",
+             root_ + "dir 0755 0 0 x d\nleave\nleave\n", // numbers in another form
+             root_ + "dir +755 0 0 x d\nleave\nleave\n",
+             root_ + "dir 755 00 0 x d\nleave\nleave\n",
+             root_ + "dir 755 -0 0 x d\nleave\nleave\n",
+             root_ + "dir 755 -01 0 x d\nleave\nleave\n",
+             root_ + "dir 755 0 01 x d\nleave\nleave\n",
+             root_ + "dir \"755\" 0 0 x d\nleave\nleave\n",
+             begun + "end 00\nleave\n",
+             begun + "end \"0\"\nleave\n",
+             begun + "zeros 01\nend 1\nleave\n",
+             begun + content.substr(0, content.size() - 2) + "07\nend 7\nleave\n",
+             root_ + "\nleave\n",        // an empty line
+             root_ + "\"leave\"\n",      // a word in quotes
+             root_ + "leave \n",         // a blank at an end
+             root_ + " leave\n",         //
+             root_ + "leave\r\n",        // a line of another system
+             root_ + "leave leave\n",    // fields that are too many
+             begun + "end 0 0\nleave\n", //
+             root_ + "dir 755 0 0 x d \"\"\nleave\nleave\n",
+             root_ + "dir 755 0 0  d\nleave\nleave\n", // an empty field
+             root_ + "dir  755 0 0 x d\nleave\nleave\n",
+             root_ + "dir 755 0 0 \"\" d\nleave\nleave\n",
+             root_ + "dir\t755\t0\t0\tx\td\nleave\nleave\n", // other separators
+             root_ + "dir,755,0,0,x,d\nleave\nleave\n",
          }) {
         forge(records);
         ASSERT_TRUE(ended(restore(), 2)) << records;
@@ -883,6 +1119,37 @@ TEST_F(EvilManifest, OneOfAnotherVersionIsRefused) {
     const Outcome outcome = restore();
     ASSERT_TRUE(ended(outcome, 2));
     EXPECT_TRUE(contains(outcome.err, "this program knows version 1 only"));
+}
+
+// What a person sees who opens a manifest.
+TEST_F(MinibackupTest, ManifestTellsNamesInTheirSimplestForm) {
+    const std::map<std::string, std::string> forms = {
+        {"plain-name.txt", "plain-name.txt"},
+        {"100%,'it\\s", "100%,'it\\s"},
+        {"with blank", "\"with blank\""},
+        {"quo\"te", "\"quo\"\"te\""},
+        {"M\xC3\xBCller \xE6\x97\xA5", "\"M\xC3\xBCller \xE6\x97\xA5\""},
+        {"M\xC3\xBCller", "M\xC3\xBCller"},
+        {"x\n", "base64:eAo="},
+        {"M\xFCller", "base64:TfxsbGVy"},
+        {"\xE2\x80\xAE", "base64:4oCu"},
+        {"base64:", "base64:YmFzZTY0Og=="},
+        {"base64", "base64"}};
+    for (const auto& [name, form] : forms) {
+        write_file(at("s/" + name), "");
+        set_mode(at("s/" + name), 0640);
+        set_time(at("s/" + name), 1000000000, 5);
+    }
+    fs::create_symlink("a target", at("s/link"));
+    ASSERT_TRUE(ended(save(), 0));
+    const std::string manifest = read_file(at("b/" + runs().front()));
+    for (const auto& [name, form] : forms) {
+        EXPECT_TRUE(contains(manifest, "\nfile 640 1000000000 5 2001-09-09T01:46:40.00+00:00 " +
+                                           form + "\nend 0\n"));
+    }
+    EXPECT_TRUE(contains(manifest, " link \"a target\"\n"));
+    EXPECT_TRUE(contains(manifest, "\nsource " + source() + "\ndir "));
+    EXPECT_EQ("minibackup manifest 1\nsaved ", manifest.substr(0, 28));
 }
 
 // Saves that do not get to their end
@@ -957,6 +1224,7 @@ TEST_F(MinibackupTest, SaveThatIsKilledAtAnyMomentLeavesAnIntactStore) {
         usleep(static_cast<useconds_t>(random() % static_cast<std::uint32_t>(whole_save)));
         kill(process, SIGKILL);
         wait_for(process);
+        remove_lock();
         if (fs::exists(at("b/minibackup.format"))) {
             ASSERT_TRUE(ended(verify(), 0));
             ASSERT_LE(saved, runs().size());
@@ -1056,6 +1324,8 @@ TEST_F(MinibackupTest, HelpTellsEveryCommandAndOption) {
         EXPECT_EQ(command != "list", one.out.find("--quiet") != std::string::npos);
         EXPECT_EQ(command == "restore", one.out.find("--run NAME") != std::string::npos);
         EXPECT_EQ(command == "save", one.out.find("--exclude PATTERN") != std::string::npos);
+        EXPECT_EQ(command == "save", one.out.find("--options FILE") != std::string::npos);
+        EXPECT_EQ(command == "list", one.out.find("--csv") != std::string::npos);
         EXPECT_EQ(command == "save", one.out.find("Memory Page File: ") != std::string::npos);
         EXPECT_EQ("", one.err);
     }
@@ -1081,6 +1351,11 @@ TEST_F(MinibackupTest, WrongCommandLinesAreRefused) {
              {"save", "-z", source(), store()},
              {"save", source(), store(), "--exclude"},
              {"list", "--quiet", store()},
+             {"list", "--csv=1", store()},
+             {"list", "--options", "/dev/null", store()},
+             {"verify", "-c", store()},
+             {"save", source(), store(), "--csv"},
+             {"save", source(), store(), "--options"},
              {"verify", "--exclude", "x", store()},
              {"restore", "--exclude-class=Power Management", store(), destination()},
              {"restore", store(), destination(), "--run"},

@@ -6,7 +6,9 @@
 
 #include <iomanip>
 #include <iterator>
+#include <nuriccl/Base64Wrapper.hpp>
 #include <nuriccl/filenamehelper.hpp>
+#include <nuriccl/fsvlist.hpp>
 #include <set>
 
 namespace minibackup_test {
@@ -229,7 +231,44 @@ TEST_F(MinibackupTest, EveryCharacterIsShownAsItIsOrInHex) {
 TEST_F(MinibackupTest, TextWithNulIsShownToItsEnd) {
     ASSERT_TRUE(ended(save(), 0));
     write_file(at("b/minibackup.format"), std::string("minibackup store \0\0x\0", 21));
-    EXPECT_TRUE(contains(verify().err, "'minibackup store \\x00\\x00x\\x00'; this program"));
+    EXPECT_TRUE(
+        contains(verify().err, "is not KEY = VALUE: 'minibackup store \\x00\\x00x\\x00'\n"));
+}
+
+TEST_F(MinibackupTest, CsvListTellsHostileSourcesAndRunsOnALineEach) {
+    const std::set<std::string> names(std::begin(HOSTILE_NAMES), std::end(HOSTILE_NAMES));
+    std::vector<std::string> expected;
+    for (const std::string& name : names) {
+        fs::create_directory(at(name));
+        ASSERT_TRUE(ended(run({"save", at(name), store()}), 0));
+        expected.push_back(at(name));
+    }
+    fs::create_directory(at("base64:")); // a source that begins like an encoded one
+    const auto go_there = [this] { static_cast<void>(!chdir(root.c_str())); };
+    ASSERT_TRUE(ended(run({"save", "base64:", store()}, go_there), 0));
+    expected.push_back("base64:");
+    fs::rename(at("b/" + runs().back()), at("b/9,\"\n\x1b[2J"));
+    const Outcome listed = run({"list", "--csv", store()});
+    ASSERT_TRUE(ended(listed, 0));
+    expect_a_line_for_each(expected.size() + 1, listed.out);
+    const auto decoded = [](const std::string& field) {
+        std::string name = field;
+        if (field.compare(0, 7, "base64:") == 0) {
+            EXPECT_TRUE(nuriccl::Base64Wrapper::decode(field.substr(7), name)) << field;
+        }
+        return name;
+    };
+    std::vector<std::string> sources;
+    std::string last_run;
+    for (const std::string& line : lines_of(listed.out)) {
+        const std::vector<std::string> row = nuriccl::FSVList().parse(line).to_list();
+        ASSERT_EQ(5U, row.size()) << line;
+        sources.push_back(decoded(row[4]));
+        last_run = decoded(row[0]);
+    }
+    sources.erase(sources.begin()); // the heading
+    EXPECT_EQ(expected, sources);
+    EXPECT_EQ("9,\"\n\x1b[2J", last_run);
 }
 
 } // namespace minibackup_test

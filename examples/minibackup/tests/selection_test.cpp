@@ -190,6 +190,145 @@ TEST_F(Selection, UnknownClassesAreRefusedAndTheKnownOnesNamed) {
     }
 }
 
+// Options in a file
+
+class OptionsFile : public Selection {
+protected:
+    /// Saves with the options in a file and returns what was saved.
+    Names saved_with(const std::string& text, std::vector<std::string> more = {}) {
+        write_file(at("options"), text);
+        more.insert(more.end(), {"--options", at("options")});
+        return saved(more);
+    }
+
+    void expect_refused(const std::string& text, const std::string& message) {
+        SCOPED_TRACE(text);
+        write_file(at("options"), text);
+        const Outcome refused = run({"save", "--options", at("options"), source(), store()});
+        EXPECT_TRUE(ended(refused, 2));
+        EXPECT_EQ("minibackup: " + message + '\n', refused.err);
+        EXPECT_EQ("", refused.out);
+        EXPECT_FALSE(fs::exists(store()));
+    }
+
+    void expect_refused_here(const std::string& text, const std::string& message) {
+        expect_refused(text, at("options") + ": " + message);
+    }
+};
+
+TEST_F(OptionsFile, StandsForTheOptionsInIt) {
+    make_files({"a.o", "b.c", "d/a.o", "d/e", "swapfile", "hiberfil.sys"});
+    const Names all = {"a.o", "b.c", "d/a.o", "d/e", "swapfile", "hiberfil.sys"};
+    EXPECT_EQ(all, saved_with(""));
+    EXPECT_EQ(all, saved_with("\n  \t\r\n# exclude = b.c\n   # \"\nquiet = no\n"));
+    EXPECT_NE("", outcome.out);
+    EXPECT_EQ(Names({"b.c", "d/e", "swapfile", "hiberfil.sys"}), saved_with("exclude = *.o"));
+    EXPECT_EQ(Names({"a.o", "d/a.o", "d/e", "swapfile"}),
+              saved_with("exclude=b.c\r\n\texclude-class  =  \"Power Management\"\r\n"));
+    EXPECT_EQ(Names({"b.c", "d/"}),
+              saved_with("exclude = *.o\nexclude = 'd/e'\n"
+                         "exclude-class = Memory\\ Page\\ File\n"
+                         "exclude-class = 'Power Management'\nquiet = yes\n"));
+    EXPECT_EQ("", outcome.out);
+}
+
+TEST_F(OptionsFile, AddsToTheCommandLineAndToOtherFiles) {
+    make_files({"a", "b", "c", "d"});
+    write_file(at("other"), "exclude = b\n");
+    EXPECT_EQ(Names({"d"}),
+              saved_with("exclude = a\nquiet = no\n", {"-x", "c", "-o", at("other"), "-q"}));
+    EXPECT_EQ("", outcome.out);
+}
+
+TEST_F(OptionsFile, ValuesAreQuotedAndEscapedAsInAShell) {
+    const Names all = {"a b", "a\"b",  "a'b",  "a=b", "a\\b",     "#a",
+                       "a#b", "\x1b[", "\xff", "*",   "\xC3\xA9", "kept"};
+    make_files(all);
+    EXPECT_EQ(Names({"kept"}),
+              saved_with("exclude = \"a b\"\nexclude = a\\\"b\nexclude = \"a'b\"\n"
+                         "exclude = 'a=b'\nexclude = 'a\\\\\\\\b'\nexclude = #a\nexclude = a#b\n"
+                         "exclude = \"\x1b\\\\[\"\nexclude = \xff\nexclude = '\\\\*'\n"
+                         "exclude = \xC3\xA9\n"));
+    EXPECT_EQ(Names(), saved_with("exclude = \\*\n")); // which is a lone star
+}
+
+TEST_F(OptionsFile, LinesThatAreNoSettingAreRefused) {
+    for (const auto& [line, shown] : std::map<std::string, std::string>{
+             {"exclude", "exclude"},
+             {"exclude =", "exclude ="},
+             {"exclude = ''", "exclude = ''"},
+             {"= a", "= a"},
+             {"exclude a", "exclude a"},
+             {"exclude : a", "exclude : a"},
+             {"exclude = a b", "exclude = a b"},
+             {"exclude = a, b", "exclude = a, b"},
+             {"exclude = a exclude = b", "exclude = a exclude = b"},
+             {"exclude = a # why", "exclude = a # why"},
+             {"exclude = it's", "exclude = it's"},
+             {"exclude = \"a b", "exclude = \"a b"},
+             {"exclude = a\\", "exclude = a\\\\"},
+             {"--exclude a", "--exclude a"},
+             {"[save]", "[save]"},
+             {std::string("exclude = a\0", 12), "exclude = a\\x00"},
+             {std::string("\0exclude = a", 12), "\\x00exclude = a"},
+             {"\x1b[2J\xE2\x80\xAE\xff", "\\x1b[2J\\xe2\\x80\\xae\\xff"}}) {
+        expect_refused_here("quiet = yes\n\n" + line + "\nexclude = b\n",
+                            "line 3 is not KEY = VALUE: '" + shown + '\'');
+    }
+}
+
+TEST_F(OptionsFile, OptionsThatDoNotBelongThereAreRefused) {
+    for (const auto& [key, shown] :
+         std::map<std::string, std::string>{{"unknown", "unknown"},
+                                            {"Exclude", "Exclude"},
+                                            {"exclud", "exclud"},
+                                            {"x", "x"},
+                                            {"--exclude", "--exclude"},
+                                            {"help", "help"},
+                                            {"options", "options"},
+                                            {"csv", "csv"},
+                                            {"run", "run"},
+                                            {"'a b'", "a b"},
+                                            {"'='", "="},
+                                            {"\"\x1b[2J\xff\"", "\\x1b[2J\\xff"}}) {
+        expect_refused_here(key + " = yes\n", "save has no option '" + shown + "' for a file");
+    }
+}
+
+TEST_F(OptionsFile, ValuesThatAreWrongAreRefused) {
+    for (const std::string value : {"maybe", "Yes", "1", "true", "'yes '", "'\x1b[2J'"}) {
+        expect_refused_here("quiet = " + value, "quiet is neither 'yes' nor 'no'");
+    }
+    const std::string nothing = ": matches nothing below the source";
+    expect_refused("exclude = /", "the pattern '/'" + nothing);
+    expect_refused("exclude = ok\nexclude = a/../b\n", "the pattern 'a/../b'" + nothing);
+    expect_refused("exclude = \"\x1b/..\"", "the pattern '\\x1b/..'" + nothing);
+    write_file(at("options"), "exclude-class = Memory\n");
+    const Outcome refused = run({"save", "--options", at("options"), source(), store()});
+    ASSERT_TRUE(ended(refused, 2));
+    EXPECT_TRUE(contains(refused.err, "the exclusion class 'Memory': is none of the known ones:"));
+    EXPECT_FALSE(fs::exists(store()));
+}
+
+TEST_F(OptionsFile, FileThatCannotBeReadIsNamed) {
+    make_files({"a", "b"});
+    const std::string last = "exclude = b\n";
+    EXPECT_EQ(Names({"a"}), saved_with(std::string(65536 - last.size(), '\n') + last));
+    fs::remove_all(store());
+    expect_refused_here(std::string(65537 - last.size(), '\n') + last,
+                        "is longer than 65536 bytes");
+    for (const auto& [name, reason] :
+         std::map<std::string, std::string>{{"none", "cannot open: No such file or directory"},
+                                            {"none\n", "cannot open: No such file or directory"},
+                                            {"s", "cannot read: Is a directory"}}) {
+        const Outcome refused = run({"save", "--options", at(name), source(), store()});
+        ASSERT_TRUE(ended(refused, 2));
+        EXPECT_TRUE(contains(refused.err, ": " + reason));
+        EXPECT_EQ(1U, lines_of(refused.err).size());
+        EXPECT_FALSE(fs::exists(store()));
+    }
+}
+
 // Recurse markers
 
 class RecurseMarker : public Selection {

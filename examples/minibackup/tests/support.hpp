@@ -17,9 +17,13 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
+#include <memory>
 #include <nuriccl/signature.hpp>
+#include <nuriccl/SingleInstance.hpp>
 #include <sstream>
 #include <string>
+#include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -167,6 +171,7 @@ protected:
     }
 
     ~MinibackupTest() override {
+        EXPECT_EQ(-1, lock_of(store())) << "a semaphore set is left behind";
         const std::string remove =
             "chmod -R u+rwx '" + root + "' 2>/dev/null; rm -rf '" + root + "'";
         EXPECT_EQ(0, std::system(remove.c_str()));
@@ -186,14 +191,17 @@ protected:
 
     /// Runs the program with faults (see faults.cpp), given as NAME=VALUE.
     Outcome run_with_faults(const std::vector<std::string>& arguments,
-                            std::vector<std::string> settings) const {
-        return run(arguments, [&settings] {
-            for (std::string& setting : settings) {
-                putenv(&setting[0]);
-            }
-            setenv("LD_PRELOAD", MINIBACKUP_FAULTS, 1);
-            setenv("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0", 1);
-        });
+                            const std::vector<std::string>& settings) const {
+        return run(arguments, [&settings] { set_faults(settings); });
+    }
+
+    static void set_faults(const std::vector<std::string>& settings) {
+        for (const std::string& setting : settings) {
+            const std::size_t sign = setting.find('=');
+            setenv(setting.substr(0, sign).c_str(), setting.substr(sign + 1).c_str(), 1);
+        }
+        setenv("LD_PRELOAD", MINIBACKUP_FAULTS, 1);
+        setenv("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0", 1);
     }
 
     pid_t start(
@@ -218,6 +226,9 @@ protected:
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(prefix + ".out"),
                 read_file(prefix + ".err")};
     }
+
+    /// What a program has said so far.
+    std::string errors_of(pid_t process) const { return read_file(outputs_[process] + ".err"); }
 
     /// Becomes the program. It is ended when it hangs.
     [[noreturn]] static void execute(const std::vector<std::string>& arguments) {
@@ -271,6 +282,16 @@ protected:
         const std::string signature = nuriccl::Signature::of(content);
         return store() + "/blocks/" + signature.substr(0, 2) + '/' + signature.substr(2);
     }
+
+    /// The semaphore set that is the lock of a store; -1 when there is none.
+    static int lock_of(const std::string& store) {
+        const std::unique_ptr<char, decltype(&std::free)> path(realpath(store.c_str(), nullptr),
+                                                               &std::free);
+        return path ? semget(nuriccl::ftokey(path.get()), 0, 0) : -1;
+    }
+
+    /// Removes what a save that was killed left of its lock. The next one would do it in a second.
+    void remove_lock() const { semctl(lock_of(store()), 0, IPC_RMID); }
 
     std::string root;
 

@@ -10,8 +10,15 @@ target_link_libraries(minibackup_faults PRIVATE ${CMAKE_DL_LIBS})
 
 nuriccl_add_test(minibackup_test ${minibackup_tests}/minibackup_test.cpp nuriccl)
 target_sources(minibackup_test PRIVATE
+    ${minibackup_tests}/lock_test.cpp
     ${minibackup_tests}/names_test.cpp
-    ${minibackup_tests}/selection_test.cpp)
+    ${minibackup_tests}/next_test.cpp
+    ${minibackup_tests}/selection_test.cpp
+    # What the program cannot be asked from outside
+    ${minibackup_tests}/../due.cpp
+    ${minibackup_tests}/../lock.cpp
+    ${minibackup_tests}/../names.cpp
+    ${minibackup_tests}/../os.cpp)
 target_compile_definitions(minibackup_test PRIVATE
     MINIBACKUP_PROGRAM="$<TARGET_FILE:minibackup>"
     MINIBACKUP_FAULTS="$<TARGET_FILE:minibackup_faults>")

@@ -14,13 +14,16 @@
 /// A waiting process never takes over the set of the holder: when that is given back, it removes it
 /// and competes for a set of its own. What this leaves open:
 ///
-/// - A process that is stopped for more than a second between making its set and acquiring it may lose
-///   it to another one, and then both hold a lock.
+/// - A process may lose its set to another one between making it and acquiring it, and then both
+///   hold a lock: when it is stopped there for more than a second, or when the other one slept because
+///   of an earlier set and wakes at that very moment. `isSingleInstanceAvailable`, asked after the
+///   call, tells nearly always.
+/// - A process that is killed between making its set and setting it free leaves a set that nobody can
+///   acquire, and every call waits until somebody removes it (`ipcrm`).
 /// - A set that is removed while another process sleeps before it looks at it again makes the call of
 ///   that process return `ENOENT`. Call again.
 /// - A set that the process may not operate on (another user's with narrower rights) keeps it
 ///   waiting, one second a round.
-///
 /// - One path in four thousand millions has the key -1, for which the call returns 0 and holds nothing.
 ///
 /// Two spellings of a path are two locks, and so is the path after its file was replaced by another.

@@ -291,7 +291,7 @@ extern "C" int semop(int set, sembuf* operations, std::size_t count) noexcept {
 extern "C" int semctl(int set, int number, int command, ...) noexcept {
     using semaphores::Watch;
     semaphores::Argument argument{};
-    if (command != IPC_RMID && command != GETVAL) { // those come without one
+    if (command == SETALL || command == SETVAL || command == IPC_STAT || command == IPC_SET) {
         std::va_list arguments;
         va_start(arguments, command);
         argument = va_arg(arguments, semaphores::Argument);
