@@ -203,7 +203,7 @@ bool encode_byte(Progress<wchar_t, char>& at) {
         while (byte < 0xa0 && WINDOWS_1252[byte - 0x80] != value) {
             ++byte;
         }
-        if (byte == 0xa0 || value == 0) {
+        if (byte == 0xa0) {
             return false;
         }
     }
