@@ -27,7 +27,9 @@ void check_digests() {
 void check_time_stamps() {
     const isotime time = nuriccl::to_isotime("2021-03-04T05:06:07+01:00");
     CHECK(time.year == 2021 && time.second == 7 && time.zone_offset == 60);
-    CHECK(agent::calls.numbers == 8);
+    CHECK(agent::calls.numbers == 0); // plain digits are read without it
+    CHECK(nuriccl::to_isotime("2021- 3-04T05:06:07+01:00").month == 3);
+    CHECK(agent::calls.numbers == 1);
     CHECK(nuriccl::to_str(time) == "2021-03-04T05:06:07.00+01:00");
 }
 
