@@ -168,6 +168,12 @@ CodePage custom(const char* name, unsigned int number = 0) {
     return codePage;
 }
 
+// UTF-8 under a name for which the library has iconv do everything.
+CodePage by_iconv() { return custom("UTF8"); }
+
+// UTF-8 with and without the library's own conversion.
+std::vector<CodePage> both_ways() { return {CodePage(Encoding::CP_UTF8), by_iconv()}; }
+
 // Conversions, with the text right before memory that must not be read
 
 using Multibyte = std::pair<bool, std::string>;
@@ -1920,10 +1926,12 @@ TEST(Edges, CharactersOfSeveralBytesMayLieAcross) {
     for (const std::size_t size : sizes_around_edges()) {
         for (const wchar_t character : ONE_OF_EACH.substr(0, 4)) {
             const std::wstring text = numbered(size) + character + L"end";
-            ASSERT_EQ(multibyte(text, Encoding::CP_UTF8), Multibyte(true, in_form(utf8, text)));
+            for (const CodePage& codePage : both_ways()) {
+                ASSERT_EQ(multibyte(text, codePage), Multibyte(true, in_form(utf8, text)));
+                ASSERT_EQ(wide(in_form(utf8, text), codePage), Wide(true, text));
+            }
             ASSERT_EQ(multibyte(text, Encoding::CP_UTF16),
                       Multibyte(true, UTF16_MARK + in_form(utf16, text)));
-            ASSERT_EQ(wide(in_form(utf8, text), Encoding::CP_UTF8), Wide(true, text));
             ASSERT_EQ(wide(UTF16_MARK + in_form(utf16, text), Encoding::CP_UTF16),
                       Wide(true, text));
         }
@@ -1937,15 +1945,18 @@ TEST(Edges, BadCharactersMayLieThere) {
         for (const std::wstring behind : {L"", L"x", L"\xd800x", L"\u00e9\xd800"}) {
             const std::wstring text = before + L'\xd800' + behind;
             const std::string rest = in_form(utf8_or_mark, behind);
-            ASSERT_EQ(multibyte(text, Encoding::CP_UTF8), Multibyte(false, bytes));
-            ASSERT_EQ(multibyte(text, Encoding::CP_UTF8, "?"),
-                      Multibyte(false, bytes + "?" + rest));
+            for (const CodePage& codePage : both_ways()) {
+                ASSERT_EQ(multibyte(text, codePage), Multibyte(false, bytes));
+                ASSERT_EQ(multibyte(text, codePage, "?"), Multibyte(false, bytes + "?" + rest));
+            }
         }
         for (const std::string behind : {"", "x", "\xff", "x\xff", "\xffx"}) {
             const std::string text = bytes + '\xff' + behind;
             const std::wstring rest = behind.find('x') != std::string::npos ? L"x" : L"";
-            ASSERT_EQ(wide(text, Encoding::CP_UTF8), Wide(false, before));
-            ASSERT_EQ(wide(text, Encoding::CP_UTF8, true), Wide(false, before + rest));
+            for (const CodePage& codePage : both_ways()) {
+                ASSERT_EQ(wide(text, codePage), Wide(false, before));
+                ASSERT_EQ(wide(text, codePage, true), Wide(false, before + rest));
+            }
         }
     }
 }
@@ -1955,8 +1966,10 @@ TEST(Edges, CharactersCutByTheEndOfTheTextMayLieThere) {
         const std::wstring before = numbered(size);
         const std::string bytes(before.begin(), before.end());
         for (const std::string cut : {"\xc3", "\xe2\x82", "\xf0\x9f\x98"}) {
-            ASSERT_EQ(wide(bytes + cut, Encoding::CP_UTF8), Wide(false, before));
-            ASSERT_EQ(wide(bytes + cut, Encoding::CP_UTF8, true), Wide(false, before));
+            for (const CodePage& codePage : both_ways()) {
+                ASSERT_EQ(wide(bytes + cut, codePage), Wide(false, before));
+                ASSERT_EQ(wide(bytes + cut, codePage, true), Wide(false, before));
+            }
         }
     }
 }
@@ -2009,11 +2022,15 @@ TEST(Conversions, OfRandomTextsAgreeWithTheModels) {
             text += pieces[random() % (i % 2 == 0 ? 4 : std::size(pieces))];
         }
         for (const bool ignore : {false, true}) {
-            ASSERT_TRUE(wide(text, Encoding::CP_UTF8, ignore) == model_from_utf8(text, ignore));
+            for (const CodePage& codePage : both_ways()) {
+                ASSERT_TRUE(wide(text, codePage, ignore) == model_from_utf8(text, ignore));
+            }
         }
         const std::wstring characters = model_from_utf8(text, true).second;
-        ASSERT_TRUE(multibyte(characters, Encoding::CP_UTF8) ==
-                    Multibyte(true, in_form(utf8, characters)));
+        for (const CodePage& codePage : both_ways()) {
+            ASSERT_TRUE(multibyte(characters, codePage) ==
+                        Multibyte(true, in_form(utf8, characters)));
+        }
     }
 }
 
@@ -2025,7 +2042,7 @@ class ConversionCalls : public testing::Test {
 protected:
     void SetUp() override {
         const int opened = iconv_calls.opened;
-        multibyte(L"a", Encoding::CP_UTF8);
+        multibyte(L"a", by_iconv());
         if (iconv_calls.opened == opened) {
             GTEST_SKIP() << "iconv is linked in such a way that nothing can stand in front of it";
         }
@@ -2064,50 +2081,70 @@ TEST_F(ConversionCalls, AreNotMadeForDefaultCodePages) {
 }
 
 TEST_F(ConversionCalls, GiveRoomForOneBuffer) {
-    multibyte(numbered(5000), Encoding::CP_UTF8);
+    multibyte(numbered(5000), by_iconv());
     EXPECT_EQ(iconv_calls.most_room, 1024U);
-    wide(std::string(5000, 'x'), Encoding::CP_UTF8);
+    wide(std::string(5000, 'x'), by_iconv());
     EXPECT_EQ(iconv_calls.most_room, 4096U);
 }
 
 TEST_F(ConversionCalls, ThatCannotBeOpenedAreEmptyAndFalse) {
     iconv_calls.open_fails = true;
-    EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8), Multibyte(false, ""));
-    EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8, "?"), Multibyte(false, ""));
-    EXPECT_EQ(wide("ab", Encoding::CP_UTF8), Wide(false, L""));
-    EXPECT_EQ(wide("ab", Encoding::CP_UTF8, true), Wide(false, L""));
+    EXPECT_EQ(multibyte(L"ab", by_iconv()), Multibyte(false, ""));
+    EXPECT_EQ(multibyte(L"ab", by_iconv(), "?"), Multibyte(false, ""));
+    EXPECT_EQ(wide("ab", by_iconv()), Wide(false, L""));
+    EXPECT_EQ(wide("ab", by_iconv(), true), Wide(false, L""));
 }
 
 TEST_F(ConversionCalls, ThatCannotBeClosedAreFalseWithTheWholeText) {
     iconv_calls.close_fails = true;
-    EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8), Multibyte(false, "ab"));
-    EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8, "?"), Multibyte(false, "ab"));
-    EXPECT_EQ(wide("ab", Encoding::CP_UTF8), Wide(false, L"ab"));
-    EXPECT_EQ(wide("ab", Encoding::CP_UTF8, true), Wide(false, L"ab"));
+    EXPECT_EQ(multibyte(L"ab", by_iconv()), Multibyte(false, "ab"));
+    EXPECT_EQ(multibyte(L"ab", by_iconv(), "?"), Multibyte(false, "ab"));
+    EXPECT_EQ(wide("ab", by_iconv()), Wide(false, L"ab"));
+    EXPECT_EQ(wide("ab", by_iconv(), true), Wide(false, L"ab"));
 }
 
 // What was held back is lost.
 TEST_F(ConversionCalls, ThatCannotBeEndedAreFalse) {
     iconv_calls.end_fails = true;
-    EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8), Multibyte(false, "ab"));
-    EXPECT_EQ(multibyte(L"ab", Encoding::CP_UTF8, "?"), Multibyte(false, "ab"));
-    EXPECT_EQ(wide("ab", Encoding::CP_UTF8), Wide(false, L"ab"));
-    EXPECT_EQ(wide("ab", Encoding::CP_UTF8, true), Wide(false, L"ab"));
+    EXPECT_EQ(multibyte(L"ab", by_iconv()), Multibyte(false, "ab"));
+    EXPECT_EQ(multibyte(L"ab", by_iconv(), "?"), Multibyte(false, "ab"));
+    EXPECT_EQ(wide("ab", by_iconv()), Wide(false, L"ab"));
+    EXPECT_EQ(wide("ab", by_iconv(), true), Wide(false, L"ab"));
 }
 
 TEST_F(ConversionCalls, ThatLackRoomForEverEndNevertheless) {
     iconv_calls.gets_nowhere = true;
-    EXPECT_FALSE(multibyte(L"ab", Encoding::CP_UTF8).first);
-    EXPECT_FALSE(multibyte(L"ab", Encoding::CP_UTF8, "?").first);
-    EXPECT_FALSE(wide("ab", Encoding::CP_UTF8).first);
-    EXPECT_FALSE(wide("ab", Encoding::CP_UTF8, true).first);
+    EXPECT_FALSE(multibyte(L"ab", by_iconv()).first);
+    EXPECT_FALSE(multibyte(L"ab", by_iconv(), "?").first);
+    EXPECT_FALSE(wide("ab", by_iconv()).first);
+    EXPECT_FALSE(wide("ab", by_iconv(), true).first);
+}
+
+TEST_F(ConversionCalls, AreNotMadeForWellFormedTextInTheUsualCodePages) {
+    const int opened = iconv_calls.opened;
+    for (const auto codePage : {Encoding::CP_UTF8, Encoding::CP_WIN1252, Encoding::CP_ANSI}) {
+        EXPECT_TRUE(multibyte(L"a\u00e9", codePage).first);
+        EXPECT_TRUE(wide(multibyte(L"a\u00e9", codePage).second, codePage).first);
+    }
+    EXPECT_TRUE(multibyte(L"a", Encoding::CP_USASCII).first);
+    EXPECT_TRUE(wide("a", Encoding::CP_USASCII).first);
+    EXPECT_EQ(iconv_calls.opened, opened);
+}
+
+TEST_F(ConversionCalls, BeginAtTheFirstFaultOfTheUsualCodePages) {
+    iconv_calls.open_fails = true;
+    EXPECT_EQ(multibyte(L"ab\u20acc", Encoding::CP_USASCII, "?"), Multibyte(false, "ab"));
+    EXPECT_EQ(wide("ab\xff"
+                   "c",
+                   Encoding::CP_UTF8, true),
+              Wide(false, L"ab"));
 }
 
 TEST_F(ConversionCalls, CloseTheDescriptorBeforeTheyReturn) {
     const auto expect_closed = [](const char* what) {
         EXPECT_EQ(iconv_calls.opened, iconv_calls.closed) << what;
     };
-    multibyte(L"ab", Encoding::CP_UTF8);
+    multibyte(L"ab", by_iconv());
     expect_closed("written");
     multibyte(L"a\u00e9b", Encoding::CP_USASCII);
     expect_closed("ended");
@@ -2115,12 +2152,14 @@ TEST_F(ConversionCalls, CloseTheDescriptorBeforeTheyReturn) {
     expect_closed("replaced");
     multibyte(L"a", custom("no-such-code-page"));
     expect_closed("unknown");
-    wide("ab", Encoding::CP_UTF8);
+    wide("ab", by_iconv());
     expect_closed("read");
-    wide("a\xff", Encoding::CP_UTF8);
-    expect_closed("ended");
-    wide("a\xff", Encoding::CP_UTF8, true);
-    expect_closed("skipped");
+    for (const CodePage& codePage : {CodePage(Encoding::CP_UTF8), by_iconv()}) {
+        wide("a\xff", codePage);
+        expect_closed("ended");
+        wide("a\xff", codePage, true);
+        expect_closed("skipped");
+    }
 }
 
 // Failing allocations
