@@ -149,6 +149,19 @@ TEST(Allocations, Fields) {
     }
 }
 
+// Many small calls into one list grow it as one by one does.
+TEST(Allocations, SplitIntoAListThatGrows) {
+    constexpr std::size_t CALLS = 1000;
+    const auto split = [&] {
+        std::vector<std::string> out;
+        for (std::size_t i = 0; i < CALLS; ++i) {
+            string::split(SHORT, ',', out);
+        }
+        ASSERT_EQ(out.size(), CALLS);
+    };
+    EXPECT_LE(count(split), growth_of_vector(CALLS));
+}
+
 TEST(Allocations, Ring) {
     const Buffer buffer(100);
     EXPECT_EQ(count([&] { MultiBuffer stream(buffer); }), 1u);

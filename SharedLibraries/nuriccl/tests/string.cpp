@@ -27,6 +27,7 @@
 //   the example of the header                  StringUsage.*
 
 #include "support/allocation.hpp"
+#include "support/ctype.hpp"
 #include "support/guarded.hpp"
 #include "support/locale.hpp"
 #include "support/small_stack.hpp"
@@ -578,6 +579,29 @@ TEST(Icompare, AgreesWithTheModel) {
         for (const std::string& b : texts) {
             ASSERT_EQ(sign(ns::icompare(a, b)), sign(model_upper(a).compare(model_upper(b))))
                 << a << '/' << b;
+        }
+    }
+}
+
+// The pairs differ at one place of texts that differ in case everywhere else.
+TEST(Icompare, OrdersLongTextsByTheUpperCaseOfTheLocaleAtEveryPlace) {
+    const strange_ctype::Locale locale;
+    const std::pair<char, char> pairs[] = {{'i', 'I'}, {'I', 'i'}, {'\xe9', '\xc9'}, {'a', 'A'},
+                                           {'a', 'b'}, {'@', '`'}, {'[', '{'},       {'z', 'Z'}};
+    for (std::size_t size = 1; size <= 80; ++size) {
+        for (std::size_t place = 0; place < size; ++place) {
+            for (const auto& [one, other] : pairs) {
+                std::string a(size, 'x');
+                std::string b(size, 'X');
+                a[place] = one;
+                b[place] = other;
+                const int expected = locale.upper(one) - locale.upper(other);
+                ASSERT_EQ(sign(ns::icompare(a, b)), sign(expected)) << a << '/' << b;
+                a += '\xe9';
+                b += 'A'; // behind what is the same
+                ASSERT_EQ(sign(ns::icompare(a, b)), expected != 0 ? sign(expected) : 1)
+                    << a << '/' << b;
+            }
         }
     }
 }
@@ -2373,6 +2397,21 @@ TEST(HexDump, ShowsEveryByte) {
                 std::isalnum(to_byte(c)) != 0 || std::ispunct(to_byte(c)) != 0 || c == ' ';
             EXPECT_EQ(dumped(std::string(1, c))[42], shown ? c : '.') << int{to_byte(c)};
         }
+    }
+}
+
+// Short and long dumps; the letter stands in each of them.
+TEST(HexDump, ShowsLettersBeyondAsciiWhereTheLocaleHasThem) {
+    for (const std::size_t size : {16U, 496U, 511U, 512U, 513U, 2000U}) {
+        const std::string data = std::string(size - 2, '\xe8') + "\xe9\xc9";
+        const auto shown = [&data] {
+            const std::string dump = dumped(data);
+            return std::count(dump.begin(), dump.end(), '\xe9') * 10 +
+                   std::count(dump.begin(), dump.end(), '\xc9');
+        };
+        EXPECT_EQ(shown(), 0) << size;
+        const strange_ctype::Locale locale;
+        EXPECT_EQ(shown(), 11) << size;
     }
 }
 
