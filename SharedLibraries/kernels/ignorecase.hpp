@@ -20,17 +20,20 @@ SameButCase long_same_but_case_avx2;
 
 namespace {
 
-Vector in_upper_case(Vector text) {
+// A vector without a bit set where the characters are the same, which means that they differ in nothing
+// but the bit that tells the cases of a letter apart.
+Vector difference(const char* a, const char* b) {
+    const Vector first = Vector::load(a);
+    const Vector case_bit = Vector::all(0x20);
     // 'a' to 'z' moved to the least values with a sign
-    const Vector moved = add_bytes(text, Vector::all(static_cast<char>(-128 - 'a')));
-    const Vector lower = greater_bytes(Vector::all(-128 + 26), moved);
-    return text ^ (lower & Vector::all(0x20));
+    const Vector moved = add_bytes(first | case_bit, Vector::all(static_cast<char>(-128 - 'a')));
+    const Vector letters = greater_bytes(Vector::all(-128 + 26), moved);
+    return and_not(first ^ Vector::load(b), letters & case_bit);
 }
 
 // A bit for each character of a vector, the first one lowest: set where they differ.
 std::uint32_t differences(const char* a, const char* b) {
-    const Vector same = equal_bytes(in_upper_case(Vector::load(a)), in_upper_case(Vector::load(b)));
-    return same.high_bits() ^ Vector::ALL_BITS;
+    return equal_bytes(difference(a, b), Vector::zero()).high_bits() ^ Vector::ALL_BITS;
 }
 
 char in_upper_case(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c ^ 0x20) : c; }
@@ -47,7 +50,8 @@ std::size_t count_same(const char* a, const char* b, std::size_t length) {
         return static_cast<std::size_t>(__builtin_ctz(bits));
     };
     const std::size_t last = length - Vector::SIZE; // its vector overlaps the one before
-    if (length <= 2 * Vector::SIZE && (differences(a, b) | differences(a + last, b + last)) == 0) {
+    if (length <= 2 * Vector::SIZE &&
+        (difference(a, b) | difference(a + last, b + last)).is_zero()) {
         return length;
     }
     for (; i < last; i += Vector::SIZE) {

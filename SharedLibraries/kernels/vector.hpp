@@ -97,6 +97,11 @@ struct Vector {
         return {KERNELS_VECTOR(_mm_xor_si128, _mm256_xor_si256)(a.value, b.value)};
     }
 
+    /// The bits of `a` that `b` does not have.
+    friend Vector and_not(Vector a, Vector b) {
+        return {KERNELS_VECTOR(_mm_andnot_si128, _mm256_andnot_si256)(b.value, a.value)};
+    }
+
     /// The highest bit of each byte, the first one lowest.
     std::uint32_t high_bits() const {
         return static_cast<std::uint32_t>(

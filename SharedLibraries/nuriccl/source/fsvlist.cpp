@@ -1,11 +1,14 @@
 #include <nuriccl/fsvlist.hpp>
 
-#include <bitset>
+#include <kernels/scan.hpp>
+
+#include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstddef>
+#include <iterator>
 #include <stdexcept>
 #include <string_view>
-#include <utility>
 
 namespace nuriccl {
 
@@ -15,20 +18,65 @@ std::string FSVList::CSV_SpecialChars = ",";
 namespace {
 
 using std::size_t;
-using Set = std::bitset<256>;
 
 const char DEFAULT_SEPARATOR[] = ",";
+
+// Flags of characters
+constexpr unsigned char NOTABLE = 1;    // is neither plain nor what follows
+constexpr unsigned char SPECIAL = 2;    // has a field quoted
+constexpr unsigned char ESCAPABLE = 4;  // is written with the escape character
+constexpr unsigned char TERMINATOR = 8; // ends a field that is read
 
 unsigned char to_byte(char c) { return static_cast<unsigned char>(c); }
 
 const char* or_empty(const char* text) { return text != nullptr ? text : ""; }
 
-Set set_of(std::string_view characters) {
-    Set set;
-    for (const char c : characters) {
-        set.set(to_byte(c));
+// What each character is to the writer or the reader, as flags; a plain one has none.
+class Kinds {
+public:
+    using Few = char[4];
+
+    /// @param few       characters that are not plain
+    /// @param no_other  whether they are the only ones
+    Kinds(const Few& few, bool no_other) : scan_(few), scan_finds_all_(no_other) {
+        add({few, std::size(few)}, NOTABLE);
     }
-    return set;
+
+    void add(std::string_view characters, unsigned char flag) {
+        for (const char c : characters) {
+            flags_[to_byte(c)] |= flag;
+        }
+    }
+
+    void add_to_all(unsigned char flag) {
+        for (unsigned char& flags : flags_) {
+            flags |= flag;
+        }
+    }
+
+    bool is(char c, unsigned char flag) const { return (flags_[to_byte(c)] & flag) != 0; }
+
+    /// The first character from `position` on that is not plain, or the end of the text.
+    size_t after_plain(const std::string& text, size_t position) const;
+
+private:
+    std::array<unsigned char, 256> flags_{};
+    kernels::Scan<std::size(Few{})> scan_;
+    bool scan_finds_all_;
+};
+
+size_t Kinds::after_plain(const std::string& text, size_t position) const {
+    if (scan_finds_all_) {
+        for (; text.size() - position >= kernels::SCAN_WIDTH; position += kernels::SCAN_WIDTH) {
+            if (const unsigned int found = scan_.matches(text.data() + position)) {
+                return position + static_cast<size_t>(__builtin_ctz(found));
+            }
+        }
+    }
+    while (position < text.size() && flags_[to_byte(text[position])] == 0) {
+        ++position;
+    }
+    return position;
 }
 
 bool is_blank(char c) { return std::isspace(to_byte(c)) != 0; }
@@ -37,50 +85,53 @@ bool is_line_break(char c) { return c == '\n' || c == '\r'; }
 
 // What is the same for all fields of a line. Each set is that of the characters of a C string.
 
+char first_of(std::string_view separator, char otherwise) {
+    return separator.empty() ? otherwise : separator.front();
+}
+
 struct Writing {
-    Writing(char quote_mark, std::string_view between, const char* special_characters,
-            char escape_character, const char* escape_set, bool blank_ends);
+    Writing(char quote_mark, std::string_view between, std::string_view specials,
+            char escape_character, std::string_view escape_set, bool blank_ends);
 
     char quote;
     std::string_view separator;
-    Set specials;
     char escape;
-    Set escapable;
     bool quote_blank_ends;
-    Set plain; // needs no second look
+    Kinds kinds;
 };
 
-Writing::Writing(char quote_mark, std::string_view between, const char* special_characters,
-                 char escape_character, const char* escape_set, bool blank_ends)
-    : quote(quote_mark), separator(between), specials(set_of(special_characters)),
-      escape(escape_character), quote_blank_ends(blank_ends) {
+Writing::Writing(char quote_mark, std::string_view between, std::string_view specials,
+                 char escape_character, std::string_view escape_set, bool blank_ends)
+    : quote(quote_mark), separator(between), escape(escape_character), quote_blank_ends(blank_ends),
+      kinds({quote, first_of(separator, quote), '\n', '\r'},
+            specials.empty() && escape == 0 && !blank_ends) {
+    kinds.add(specials, SPECIAL);
     if (escape != 0) {
-        escapable = set_of(escape_set).set(0).set(to_byte(escape));
+        kinds.add(escape_set, ESCAPABLE);
+        kinds.add({&escape, 1}, ESCAPABLE);
+        kinds.add({"\0", 1}, ESCAPABLE);
     }
-    if (!quote_blank_ends) {
-        plain = ~(specials | escapable | set_of("\n\r") | set_of(separator.substr(0, 1)));
-        plain.reset(to_byte(quote));
+    if (quote_blank_ends) {
+        kinds.add_to_all(NOTABLE);
     }
 }
 
 struct Reading {
     Reading(char quote_mark, std::string_view between, char escape_character,
-            const char* terminating, bool drop);
+            std::string_view terminators, bool drop);
 
     char quote;
     std::string_view separator;
     char escape;
-    Set terminators;
     bool drop_plain;
-    Set plain; // belongs to a field in every state
+    Kinds kinds;
 };
 
 Reading::Reading(char quote_mark, std::string_view between, char escape_character,
-                 const char* terminating, bool drop)
-    : quote(quote_mark), separator(between), escape(escape_character),
-      terminators(set_of(terminating)), drop_plain(drop) {
-    plain = ~(terminators | set_of(separator.substr(0, 1)));
-    plain.reset(to_byte(quote)).reset(to_byte(escape));
+                 std::string_view terminators, bool drop)
+    : quote(quote_mark), separator(between), escape(escape_character), drop_plain(drop),
+      kinds({quote, escape, first_of(separator, quote), quote}, terminators.empty()) {
+    kinds.add(terminators, TERMINATOR);
 }
 
 bool stands_at(const std::string& text, size_t position, std::string_view separator) {
@@ -99,16 +150,14 @@ Need need_of(const std::string& field, const Writing& writing) {
     Need need;
     bool only_blanks = true;
     bool ends_in_blank = false;
-    for (size_t i = 0; i < field.size(); ++i) {
+    for (size_t i = writing.kinds.after_plain(field, 0); i < field.size();
+         i = writing.kinds.after_plain(field, i + 1)) {
         const char c = field[i];
-        if (writing.plain[to_byte(c)]) {
-            continue;
-        }
-        const bool escapable = writing.escapable[to_byte(c)];
+        const bool escapable = writing.kinds.is(c, ESCAPABLE);
         if (writing.quote != 0 && c == writing.quote) {
             ++need.doubled;
             need.quotes = true;
-        } else if (writing.specials[to_byte(c)] ||
+        } else if (writing.kinds.is(c, SPECIAL) ||
                    (!need.quotes && stands_at(field, i, writing.separator))) {
             need.quotes = true;
             need.misused = need.misused || escapable;
@@ -129,26 +178,30 @@ Need need_of(const std::string& field, const Writing& writing) {
 
 char escape_code(char c) { return c == 0 ? '0' : c == '\n' ? 'n' : c == '\r' ? 'r' : c; }
 
-// Writes the field so that it ends at `end`. Going backwards it may overwrite the field itself, when
-// both begin at the same place.
-void write_backwards(std::string_view field, char* end, const Writing& writing, bool quoted) {
+// Writes a field so that it fills the room from `start` to `end`. Going backwards it may overwrite the
+// field itself, when both begin at the same place.
+void write_between(char* start, char* end, std::string_view field, const Writing& writing,
+                   bool quoted) {
+    char* const first = start + (quoted ? 1 : 0);
     if (quoted) {
         *--end = writing.quote;
     }
-    for (size_t i = field.size(); i-- > 0;) {
-        const char c = field[i];
+    size_t left = field.size();
+    while (static_cast<size_t>(end - first) != left) { // something takes two places
+        const char c = field[--left];
         if (writing.quote != 0 && c == writing.quote) {
             *--end = c;
             *--end = c;
-        } else if (writing.escapable[to_byte(c)]) {
+        } else if (writing.kinds.is(c, ESCAPABLE)) {
             *--end = escape_code(c);
             *--end = writing.escape;
         } else {
             *--end = c;
         }
     }
+    std::char_traits<char>::move(first, field.data(), left);
     if (quoted) {
-        *--end = writing.quote;
+        *start = writing.quote;
     }
 }
 
@@ -168,17 +221,15 @@ bool write_field(const std::string& field, std::string& out, const Writing& writ
     const std::string_view separator =
         in_place || out.empty() ? std::string_view() : writing.separator;
     const size_t start = in_place ? 0 : out.size() + separator.size();
-    out.reserve(start + written);
-    out += separator;
-    if (!quotes && need.doubled == 0) {
-        if (!in_place) {
-            out += field;
-        }
+    const bool changed = quotes || need.doubled != 0;
+    if (in_place && !changed) {
         return false;
     }
     out.resize(start + written);
-    write_backwards({field.data(), length}, out.data() + start + written, writing, quoted);
-    return true;
+    char* const place = out.data() + start;
+    separator.copy(place - separator.size(), separator.size());
+    write_between(place, place + written, {field.data(), length}, writing, quoted);
+    return changed;
 }
 
 // Reading
@@ -233,7 +284,7 @@ Field read_field(size_t start, const std::string& text, std::string& out, const 
     size_t i = start;
     while (i < text.size()) {
         const char c = text[i];
-        if (state == State::OUTSIDE && reading.terminators[to_byte(c)]) {
+        if (state == State::OUTSIDE && reading.kinds.is(c, TERMINATOR)) {
             if (i == start) {
                 taker.take(c);
                 ++i;
@@ -259,9 +310,7 @@ Field read_field(size_t start, const std::string& text, std::string& out, const 
                 i += reading.separator.size();
                 break;
             }
-            while (i + count < text.size() && reading.plain[to_byte(text[i + count])]) {
-                ++count;
-            }
+            count = reading.kinds.after_plain(text, i + 1) - i;
             if (reading.drop_plain) {
                 changed = true;
             } else {
@@ -271,6 +320,13 @@ Field read_field(size_t start, const std::string& text, std::string& out, const 
         i += count;
     }
     return {i < text.size() ? i : std::string::npos, taker.taken(), changed};
+}
+
+// How many fields there are room for at once. Quotes may hold any number of separators, so there is a
+// limit in proportion to the text.
+size_t likely_count(const std::string& text, char separator) {
+    const size_t separators = kernels::Scan<1>({separator}).count(text.data(), text.size());
+    return std::min(separators + 1, text.size() / 8 + 8);
 }
 
 } // namespace
@@ -286,10 +342,9 @@ FSVList& FSVList::parse(const std::string& text, bool literal_quotes) {
     const Reading reading(literal_quotes ? '\0' : quote_, separator_.c_str(), escape_,
                           specials_.c_str(), drop_plain_);
     std::vector<std::string> fields;
+    fields.reserve(likely_count(text, separator_.front()));
     for (size_t position = text.empty() ? std::string::npos : 0; position != std::string::npos;) {
-        std::string field;
-        position = read_field(position, text, field, reading).next;
-        fields.push_back(std::move(field));
+        position = read_field(position, text, fields.emplace_back(), reading).next;
     }
     fields_.swap(fields);
     return *this;
@@ -298,7 +353,12 @@ FSVList& FSVList::parse(const std::string& text, bool literal_quotes) {
 std::string FSVList::to_str(bool quote_all) const {
     const Writing writing(quote_, separator_.c_str(), specials_.c_str(), escape_,
                           escape_set_.c_str(), quote_blank_ends_);
+    size_t likely_size = 0;
+    for (const std::string& field : fields_) {
+        likely_size += field.size() + separator_.size() + (quote_all ? 2 : 0);
+    }
     std::string line;
+    line.reserve(likely_size);
     for (const std::string& field : fields_) {
         write_field(field, line, writing, quote_all);
     }

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <limits>
 #include <sstream>
+#include <system_error>
 #include <type_traits>
 
 namespace nuriccl {
@@ -112,38 +113,24 @@ std::string to_str(unsigned long long value, Manipulator manipulator) {
 
 namespace {
 
-// Reads a decimal number that cannot overflow, from nothing but digits, with a minus in front perhaps. A
-// stream reads it the same way in every locale; all that it may make of other texts is left to it.
+// Reads a decimal number in range from nothing but digits, with a minus in front perhaps. A stream reads
+// it the same way in every locale; all that it may make of other texts is left to it.
 template <class Unsigned>
 bool parse_digits(Unsigned& out, const std::string& text) {
-    const char* next = text.data();
-    const char* const end = next + text.size();
-    const bool negative = *next == '-';
-    next += negative ? 1 : 0;
-    if (next == end || end - next > std::numeric_limits<Unsigned>::digits10) {
-        return false;
-    }
+    const char* const end = text.data() + text.size();
+    const bool negative = text.front() == '-';
     Unsigned value = 0;
-    for (; next != end; ++next) {
-        const int digit = *next - '0';
-        if (digit < 0 || digit > 9) {
-            return false;
-        }
-        value = static_cast<Unsigned>(value * 10U + static_cast<unsigned int>(digit));
+    const auto [stop, error] = std::from_chars(text.data() + (negative ? 1 : 0), end, value);
+    if (error != std::errc() || stop != end) {
+        return false;
     }
     out = negative ? static_cast<Unsigned>(Unsigned{0} - value) : value;
     return true;
 }
 
 template <class Unsigned>
-bool parse(Unsigned& out, const std::string& text, Manipulator manipulator) {
-    if (text.empty()) {
-        out = 0;
-        return true;
-    }
-    if (manipulator == std::dec && parse_digits(out, text)) {
-        return true;
-    }
+[[gnu::noinline]] bool parse_by_stream(Unsigned& out, const std::string& text,
+                                       Manipulator manipulator) {
     Unsigned value = 0; // also when blanks are all there is, which leaves the stream's target alone
     std::istringstream stream(text);
     if (manipulator != nullptr) {
@@ -152,6 +139,16 @@ bool parse(Unsigned& out, const std::string& text, Manipulator manipulator) {
     stream >> value;
     out = value;
     return !stream.fail();
+}
+
+template <class Unsigned>
+bool parse(Unsigned& out, const std::string& text, Manipulator manipulator) {
+    if (text.empty()) {
+        out = 0;
+        return true;
+    }
+    return (manipulator == std::dec && parse_digits(out, text)) ||
+           parse_by_stream(out, text, manipulator);
 }
 
 // Parses as the type `Parsed` and stores the low bits.

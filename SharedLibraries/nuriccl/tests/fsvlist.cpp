@@ -1075,6 +1075,55 @@ TEST(DequoteStringModel, AgreesOnRandomTexts) {
     }
 }
 
+// Long runs of plain characters are passed over in bulk, wherever what ends them stands.
+
+TEST(DequoteString, FindsASeparatorAtAnyPlace) {
+    for (std::size_t before = 0; before < 70; ++before) {
+        for (std::size_t behind = 1; behind < 40; ++behind) {
+            const std::string field(before, 'a');
+            const std::string text = field + ',' + std::string(behind, 'b');
+            const Read first = read(text, {});
+            ASSERT_EQ(first.field, field);
+            ASSERT_EQ(first.next, before + 1);
+            ASSERT_EQ(FSVList().parse(text).to_list(), (Fields{field, std::string(behind, 'b')}));
+        }
+    }
+}
+
+TEST(DequoteString, FindsAQuoteAtAnyPlace) {
+    for (std::size_t before = 0; before < 70; ++before) {
+        for (std::size_t behind = 0; behind < 40; ++behind) {
+            const std::string start(before, 'a');
+            const std::string end(behind, 'b');
+            ASSERT_EQ(FSVList().parse(start + "\"" + end + ",\"\"\"" + start).to_list(),
+                      (Fields{start + end + ",\"" + start}));
+        }
+    }
+}
+
+TEST(QuoteString, FindsWhatNeedsQuotesAtAnyPlace) {
+    for (const std::string special : {",", "\n", "\r", "\""}) {
+        const std::string doubled = special == "\"" ? "\"\"" : special;
+        for (std::size_t before = 0; before < 70; ++before) {
+            for (std::size_t behind = 0; behind < 40; ++behind) {
+                const std::string start(before, 'a');
+                const std::string end(behind, 'b');
+                ASSERT_EQ(written(start + special + end, {}),
+                          gives("\"" + start + doubled + end + "\"", CHANGED));
+            }
+        }
+    }
+}
+
+TEST(FSVList, ReadsMoreFieldsThanItExpects) {
+    const Fields fields(1000, "a"); // the room that is set aside goes by the length of the text
+    std::string line = "a";
+    for (std::size_t i = 1; i < fields.size(); ++i) {
+        line += ",a";
+    }
+    EXPECT_EQ(FSVList().parse(line).to_list(), fields);
+}
+
 // What is written is read back, also with another field behind it.
 
 namespace {

@@ -887,6 +887,22 @@ Outcome<unsigned int> model_number(const std::string& text, int radix) {
 
 } // namespace
 
+// Every number that a text of up to six digits may mean to the narrowest type, with either sign.
+TEST(UnsignedFromStr, TakesEveryShortNumberAndNoneBeyond) {
+    for (unsigned int number = 0; number <= 70000; ++number) {
+        const bool fits = number <= 65535;
+        const auto value = static_cast<unsigned short>(number);
+        const auto negative = static_cast<unsigned short>(-static_cast<int>(number));
+        const std::string digits = std::to_string(number);
+        ASSERT_EQ(read<unsigned short>(digits),
+                  Outcome<unsigned short>(fits, fits ? value : 65535));
+        ASSERT_EQ(read<unsigned short>('-' + digits),
+                  Outcome<unsigned short>(fits, fits ? negative : 65535));
+        ASSERT_EQ(read<unsigned short>("00" + digits),
+                  Outcome<unsigned short>(fits, fits ? value : 65535));
+    }
+}
+
 // Every text of two bytes, in the three radices.
 TEST(UnsignedFromStrPairs, AgreeWithTheModel) {
     for (int first = 0; first <= 255; ++first) {
