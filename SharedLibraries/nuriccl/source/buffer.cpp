@@ -1,3 +1,5 @@
+// Here the functions of the header are not inline, so that the library has them to export.
+#define NURICCL_BUFFER_INLINE
 #include <nuriccl/buffer.hpp>
 
 #include <nuriagent/safe.hpp>
@@ -16,10 +18,6 @@ namespace nuriccl {
 // Control block
 
 Buffer::ControlBlockBase::ControlBlockBase(void* block) noexcept : count_(1), block_(block) {}
-
-unsigned int Buffer::ControlBlockBase::AddRef() noexcept { return count_.fetch_add(1); }
-
-unsigned int Buffer::ControlBlockBase::ref_count() const noexcept { return count_.fetch_add(0); }
 
 // `Embedded`: the control block lies inside the block it governs and goes with it.
 template <class Deleter, bool Embedded>
@@ -60,9 +58,6 @@ constexpr std::uint32_t block_size(std::uint32_t size) {
 
 // Making and replacing handles
 
-Buffer::Buffer() noexcept
-    : control_(nullptr), data_(nullptr), data_length_(0), capacity_(0), update_depth_(0) {}
-
 Buffer::Buffer(unsigned int size) : Buffer() {
     std::size_t space = block_size(size);
     void* const block = ::operator new(space);
@@ -78,29 +73,16 @@ Buffer::Buffer(unsigned int size) : Buffer() {
     capacity_ = static_cast<unsigned int>(place - data_);
 }
 
-Buffer::Buffer(const Buffer& other) : Buffer() {
+Buffer& Buffer::operator=(const Buffer& other) {
     if (other.update_depth_ == 0) {
-        if (other.control_ != nullptr) {
-            other.control_->AddRef();
-        }
-        control_ = other.control_;
-        data_ = other.data_;
-        data_length_ = other.data_length_;
-        capacity_ = other.capacity_;
-    } else { // bytes that are being written are never shared
-        Buffer copy(other.capacity_);
-        safe::MemoryCopy(copy.data_, copy.capacity_, other.data_, other.data_length_);
-        copy.data_length_ = other.data_length_;
-        *this = std::move(copy);
+        return *this = Buffer(other);
     }
+    // Bytes that are being written are never shared.
+    Buffer copy(other.capacity_);
+    safe::MemoryCopy(copy.data_, copy.capacity_, other.data_, other.data_length_);
+    copy.data_length_ = other.data_length_;
+    return *this = std::move(copy);
 }
-
-Buffer::Buffer(Buffer&& other) noexcept
-    : control_(std::exchange(other.control_, nullptr)), data_(std::exchange(other.data_, nullptr)),
-      data_length_(std::exchange(other.data_length_, 0)),
-      capacity_(std::exchange(other.capacity_, 0)), update_depth_(0) {}
-
-Buffer& Buffer::operator=(const Buffer& other) { return *this = Buffer(other); }
 
 Buffer& Buffer::operator=(Buffer&& other) {
     if (update_depth_ != 0 && nuritrace::tMEMORY) {
@@ -110,9 +92,7 @@ Buffer& Buffer::operator=(Buffer&& other) {
             to_str("buffer contents were replaced during update");
     }
     if (this != &other) {
-        if (control_ != nullptr) {
-            control_->Release();
-        }
+        const Buffer old(std::move(*this)); // whose end lets go of the block
         control_ = std::exchange(other.control_, nullptr);
         data_ = std::exchange(other.data_, nullptr);
         data_length_ = std::exchange(other.data_length_, 0);
@@ -120,22 +100,6 @@ Buffer& Buffer::operator=(Buffer&& other) {
     }
     return *this;
 }
-
-Buffer::~Buffer() {
-    if (control_ != nullptr) {
-        control_->Release();
-    }
-}
-
-// Reading
-
-unsigned int Buffer::capacity() const noexcept { return capacity_; }
-
-const unsigned char* Buffer::data() const noexcept { return data_; }
-
-unsigned int Buffer::data_length() const noexcept { return data_length_; }
-
-bool Buffer::empty() const noexcept { return data_length_ == 0; }
 
 // Updating
 
@@ -172,18 +136,6 @@ void Buffer::end_update(unsigned int length) {
     }
     data_length(length);
     --update_depth_;
-}
-
-Buffer Buffer::segment(unsigned int offset, unsigned int length) const {
-    if (offset > capacity_) {
-        throw std::range_error("The requested segment lies past the end of the buffer.");
-    }
-    const unsigned int available = offset <= data_length_ ? data_length_ - offset : 0;
-    Buffer part = *this;
-    part.data_ += offset;
-    part.data_length_ = std::min(available, length);
-    part.capacity_ -= offset;
-    return part;
 }
 
 } // namespace nuriccl

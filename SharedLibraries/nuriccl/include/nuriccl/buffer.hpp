@@ -38,8 +38,11 @@
 
 #include <nuriccl/export.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <stdexcept>
+#include <utility>
 
 namespace nuriccl {
 
@@ -168,6 +171,88 @@ protected:
 
     mutable std::atomic<std::uint32_t> count_;
     void* block_;
+
+private:
+    friend class Buffer; // counts its handles inline
 };
+
+// Implementation
+
+// What handles do all the time, for callers to inline. The source file defines the macro empty and
+// so has the copies that the library exports.
+// NOLINTBEGIN(misc-definitions-in-headers): these are inline everywhere else.
+#ifndef NURICCL_BUFFER_INLINE
+#define NURICCL_BUFFER_INLINE inline
+#endif
+
+NURICCL_BUFFER_INLINE unsigned int Buffer::ControlBlockBase::AddRef() noexcept {
+    return count_.fetch_add(1);
+}
+
+NURICCL_BUFFER_INLINE unsigned int Buffer::ControlBlockBase::ref_count() const noexcept {
+    return count_.fetch_add(0);
+}
+
+NURICCL_BUFFER_INLINE Buffer::Buffer() noexcept
+    : control_(nullptr), data_(nullptr), data_length_(0), capacity_(0), update_depth_(0) {}
+
+NURICCL_BUFFER_INLINE Buffer::Buffer(const Buffer& other)
+    : control_(other.control_), data_(other.data_), data_length_(other.data_length_),
+      capacity_(other.capacity_), update_depth_(0) {
+    if (other.update_depth_ != 0) {
+        control_ = nullptr; // nothing to let go of
+        *this = other;      // copies the bytes
+    } else if (control_ != nullptr) {
+        control_->AddRef();
+    }
+}
+
+NURICCL_BUFFER_INLINE Buffer::Buffer(Buffer&& other) noexcept
+    : control_(other.control_), data_(other.data_), data_length_(other.data_length_),
+      capacity_(other.capacity_), update_depth_(0) {
+    other.control_ = nullptr;
+    other.data_ = nullptr;
+    other.data_length_ = 0;
+    other.capacity_ = 0;
+}
+
+NURICCL_BUFFER_INLINE Buffer::~Buffer() {
+    if (control_ == nullptr) {
+        return;
+    }
+    // The virtual call is for the last handle only; one of several just counts itself out. When the
+    // others go at that moment, nobody else is left to see the block, and the count is put back to
+    // the 1 that Release() takes away.
+    if (control_->count_.load() != 1) {
+        if (control_->count_.fetch_sub(1) != 1) {
+            return;
+        }
+        control_->AddRef();
+    }
+    control_->Release();
+}
+
+NURICCL_BUFFER_INLINE unsigned int Buffer::capacity() const noexcept { return capacity_; }
+
+NURICCL_BUFFER_INLINE const unsigned char* Buffer::data() const noexcept { return data_; }
+
+NURICCL_BUFFER_INLINE unsigned int Buffer::data_length() const noexcept { return data_length_; }
+
+NURICCL_BUFFER_INLINE bool Buffer::empty() const noexcept { return data_length_ == 0; }
+
+NURICCL_BUFFER_INLINE Buffer Buffer::segment(unsigned int offset, unsigned int length) const {
+    if (offset > capacity_) {
+        throw std::range_error("The requested segment lies past the end of the buffer.");
+    }
+    const unsigned int available = offset <= data_length_ ? data_length_ - offset : 0;
+    Buffer part = *this;
+    part.data_ += offset;
+    part.data_length_ = std::min(available, length);
+    part.capacity_ -= offset;
+    return part;
+}
+
+#undef NURICCL_BUFFER_INLINE
+// NOLINTEND(misc-definitions-in-headers)
 
 } // namespace nuriccl

@@ -128,14 +128,17 @@ private:
         return slot + 1 == slot_count_ ? 0 : slot + 1;
     }
     size_type before(size_type slot) const noexcept { return (slot == 0 ? slot_count_ : slot) - 1; }
-    bool full() const noexcept { return slot_count_ <= size() + 1; }
+    bool full() const noexcept { return after(tail_) == head_; }
 
+    template <class Act>
+    void for_each_run(Act act);
     template <class Value>
     void insert_back(Value&& value);
     template <class Value>
     void insert_front(Value&& value);
     template <class Value>
     void grow_and_insert(Value&& value, bool at_front);
+    void move_elements_to(deque& other);
     size_type grown_slot_count() const;
     void take(deque& other) noexcept;
     void release() noexcept;
@@ -286,10 +289,25 @@ const T& deque<T, Allocator>::back() const noexcept {
 
 template <class T, class Allocator>
 void deque<T, Allocator>::clear() noexcept {
-    for (; head_ != tail_; head_ = after(head_)) {
-        traits::destroy(*this, slots_ + head_);
-    }
+    for_each_run([this](T* first, const T* last) {
+        for (; first != last; ++first) {
+            traits::destroy(*this, first);
+        }
+    });
     head_ = tail_ = 0;
+}
+
+// Calls `act` with the elements in order, as the one or two runs of slots that they fill. Loops over
+// these are shorter than one that looks for the end of the ring at each element.
+template <class T, class Allocator>
+template <class Act>
+void deque<T, Allocator>::for_each_run(Act act) {
+    if (head_ <= tail_) {
+        act(slots_ + head_, slots_ + tail_);
+    } else {
+        act(slots_ + head_, slots_ + slot_count_);
+        act(slots_, slots_ + tail_);
+    }
 }
 
 template <class T, class Allocator>
@@ -327,16 +345,31 @@ void deque<T, Allocator>::grow_and_insert(Value&& value, bool at_front) {
     const size_type slot = at_front ? slots - 1 : size();
     traits::construct(grown, grown.slots_ + slot, std::forward<Value>(value));
     try {
-        for (T& element : *this) {
-            traits::construct(grown, grown.slots_ + grown.tail_, std::move(element));
-            ++grown.tail_;
-        }
+        move_elements_to(grown);
     } catch (...) {
         traits::destroy(grown, grown.slots_ + slot);
         throw;
     }
     (at_front ? grown.head_ : grown.tail_) = at_front ? slot : slot + 1;
     *this = std::move(grown);
+}
+
+template <class T, class Allocator>
+void deque<T, Allocator>::move_elements_to(deque& other) {
+    // What cannot throw half-way is destroyed on the way: the compiler sees then that nothing need
+    // be written to an element that was moved.
+    constexpr bool at_once = noexcept(traits::construct(other, slots_, std::move(*slots_)));
+    for_each_run([&](T* first, const T* last) {
+        for (; first != last; ++first, ++other.tail_) {
+            traits::construct(other, other.slots_ + other.tail_, std::move(*first));
+            if constexpr (at_once) {
+                traits::destroy(*this, first);
+            }
+        }
+    });
+    if constexpr (at_once) {
+        head_ = tail_;
+    }
 }
 
 template <class T, class Allocator>
