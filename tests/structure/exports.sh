@@ -11,12 +11,12 @@ export LC_ALL=C
 # One line per symbol in the same words for both pointer sizes: the variants of a constructor or
 # destructor are one, and the type behind va_list, which differs, is called by its name again. Inline
 # functions (weak symbols) of the library's own are left out: callers have their copies, and it depends on
-# the optimiser whether the library keeps one. The instantiations of transformString are weak, too, but
-# there are no others.
+# the optimiser whether the library keeps one. Weak, too, but always there are the instantiations of
+# transformString and what the source file of Buffer keeps.
 exports() {
     "${NM:-nm}" -DC --defined-only "$1" | sed -E '
         s/^[0-9a-f]* //
-        /^W (std::|bool nuriccl::transformString<)/!{/^W /d}
+        /^W (std::|bool nuriccl::transformString<|nuriccl::Buffer::)/!{/^W /d}
         s/^. //
         s/\[abi:cxx11\]//
         s/ >/>/g

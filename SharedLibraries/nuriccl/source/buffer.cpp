@@ -1,5 +1,5 @@
-// Here the functions of the header are not inline, so that the library has them to export.
-#define NURICCL_BUFFER_INLINE
+// The inline functions of the header are kept, for the library to export them.
+#define NURICCL_BUFFER_INLINE [[gnu::used]] inline
 #include <nuriccl/buffer.hpp>
 
 #include <nuriagent/safe.hpp>

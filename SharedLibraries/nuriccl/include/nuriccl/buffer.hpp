@@ -178,9 +178,8 @@ private:
 
 // Implementation
 
-// What handles do all the time, for callers to inline. The source file defines the macro empty and
-// so has the copies that the library exports.
-// NOLINTBEGIN(misc-definitions-in-headers): these are inline everywhere else.
+// What handles do all the time, for callers to inline. The library has to export it all the same, so its
+// source file adds to the macro that the functions are kept.
 #ifndef NURICCL_BUFFER_INLINE
 #define NURICCL_BUFFER_INLINE inline
 #endif
@@ -253,6 +252,5 @@ NURICCL_BUFFER_INLINE Buffer Buffer::segment(unsigned int offset, unsigned int l
 }
 
 #undef NURICCL_BUFFER_INLINE
-// NOLINTEND(misc-definitions-in-headers)
 
 } // namespace nuriccl
