@@ -239,7 +239,8 @@ def text_table(lines):
 
 
 def markdown_row(row):
-    return f"| {' | '.join(row).replace('<', '&lt;')} |"
+    cells_as_text = (cell.replace("<", "&lt;").replace("|", "\\|") for cell in row)
+    return f"| {' | '.join(cells_as_text)} |"
 
 
 def markdown_table(lines):
