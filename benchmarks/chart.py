@@ -55,7 +55,10 @@ def number(speed):
 
 
 def text(x, y, content, classes="", anchor="start"):
-    return f'<text x="{x:.1f}" y="{y:.1f}" class="{classes}" text-anchor="{anchor}">{escape(content)}</text>'
+    return (
+        f'<text x="{x:.1f}" y="{y:.1f}" class="{classes}" text-anchor="{anchor}">'
+        f"{escape(content)}</text>"
+    )
 
 
 def line(x, top, bottom, classes):

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Runs a command and prints the CPU time that it took, the kernel's share included, as a line for
-report.py: family, row, contestant and nanoseconds, between tabs. What the command prints is dropped.
-When it fails, so does this.
+report.py: family, row, contestant and nanoseconds, between tabs. What the command prints is
+dropped. When it fails, so does this.
 """
 
 import argparse

@@ -16,7 +16,8 @@ constexpr std::size_t MIB = KIB * KIB;
 /// Bytes without a pattern.
 std::string random_bytes(std::size_t size);
 
-/// C++ source text: what compresses as text does and holds one character in eighty that XML escapes.
+/// C++ source text: what compresses as text does and holds one character in eighty that XML
+/// escapes.
 std::string source_text(std::size_t size);
 
 /// A number in [0, limit), the next one of a sequence that starts anew with each object.

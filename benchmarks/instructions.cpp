@@ -3,7 +3,7 @@
 ///
 /// usage: instructions             lists the names of the calls
 ///        instructions CALL COUNT  makes the call so often
-///        instructions --features  prints what the CPU has of what the library looks for
+///        instructions --features  prints the sets of instructions that the library would use here
 
 #include "data.hpp"
 
@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <kernels/cpu.hpp>
 #include <string>
 #include <vector>
 
@@ -180,19 +181,20 @@ const struct {
 };
 
 void print_features() {
-#define NURICCL_FEATURE(name)                                                                      \
-    if (__builtin_cpu_supports(name)) {                                                            \
-        std::printf(" " name);                                                                     \
+    static constexpr struct {
+        kernels::Instructions set;
+        const char* name;
+    } SETS[] = {
+        {kernels::SSSE3, "SSSE3"},
+        {kernels::AVX2, "AVX2"},
+        {kernels::SHA, "SHA"},
+        {kernels::VBMI, "VBMI"},
+    };
+    for (const auto& each : SETS) {
+        if ((kernels::instructions_at_hand() & each.set) != 0) {
+            std::printf("%s\n", each.name);
+        }
     }
-    NURICCL_FEATURE("sse2")
-    NURICCL_FEATURE("ssse3")
-    NURICCL_FEATURE("sse4.1")
-    NURICCL_FEATURE("avx2")
-    NURICCL_FEATURE("bmi")
-    NURICCL_FEATURE("bmi2")
-    NURICCL_FEATURE("avx512f")
-#undef NURICCL_FEATURE
-    std::printf("\n");
 }
 
 } // namespace

@@ -10,8 +10,8 @@
 namespace {
 
 /// Prints one line for each benchmark: family, row, contestant and the times of its samples in
-/// nanoseconds a call, between tabs and, for the samples, blanks. What is wrong goes to the standard
-/// error stream.
+/// nanoseconds a call, between tabs and, for the samples, blanks. What is wrong goes to the
+/// standard error stream.
 class SampleReporter : public Catch::StreamingReporterBase<SampleReporter> {
 public:
     using StreamingReporterBase::StreamingReporterBase;

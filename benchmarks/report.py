@@ -6,8 +6,8 @@ family, row, contestant and samples (nanoseconds or bytes, between blanks), betw
 "sha" for what was run with SHA instructions and "plain" for all else. Its file environment.tsv says
 where that was: what and value, between tabs.
 
-The table holds each time against a peer's. The ratio of their smallest times is the one that counts:
-what disturbs a program makes it slower and never faster.
+The table holds each time against a peer's. The ratio of their smallest times is the one that
+counts: what disturbs a program makes it slower and never faster.
 """
 
 import argparse
@@ -194,7 +194,10 @@ def limit_text(line):
     return f"{amount(time.minimum, line.row.unit)} ({name})"
 
 
-HEADINGS = ("", "bits", "ours", "peer", "theirs", "speed", "of medians", "spread", "goal", "reached", "limit")
+HEADINGS = (
+    *("", "bits", "ours", "peer", "theirs"),
+    *("speed", "of medians", "spread", "goal", "reached", "limit"),
+)
 ALIGNMENT = "<>><>>>>><<"
 
 
@@ -231,13 +234,13 @@ def text_table(lines):
     table = [HEADINGS, *without_repetition(map(cells, lines))]
     widths = [max(map(len, column)) for column in zip(*table)]
     return "\n".join(
-        "  ".join(f"{cell:{side}{width}}" for cell, side, width in zip(row, ALIGNMENT, widths)).rstrip()
-        for row in table
+        "  ".join(map("{:{}{}}".format, row, ALIGNMENT, widths)).rstrip() for row in table
     )
 
 
 def markdown_row(row):
-    return f"| {' | '.join(row).replace('<', '&lt;')} |"
+    cells_as_text = (cell.replace("<", "&lt;").replace("|", "\\|") for cell in row)
+    return f"| {' | '.join(cells_as_text)} |"
 
 
 def markdown_table(lines):
@@ -249,8 +252,8 @@ def markdown_table(lines):
 def summary(lines):
     verdicts = [line.verdict for line in lines if line.verdict]
     return (
-        f"{len(verdicts)} goals: {verdicts.count('yes')} reached, {verdicts.count('nearly')} nearly "
-        f"(within {NOISE:.0%}), {verdicts.count('no')} not"
+        f"{len(verdicts)} goals: {verdicts.count('yes')} reached, {verdicts.count('nearly')} "
+        f"nearly (within {NOISE:.0%}), {verdicts.count('no')} not"
     )
 
 
@@ -261,7 +264,8 @@ END = "<!-- scripts/bench writes what precedes -->\n"
 
 
 def generated_section(lines, environment):
-    where = "\n".join(markdown_row(pair) for pair in (("measured on", ""), ("---", "---"), *environment))
+    table = [("measured on", ""), ("---", "---"), *environment]
+    where = "\n".join(map(markdown_row, table))
     return f"\n{where}\n\n{summary(lines)}.\n\n{markdown_table(lines)}\n\n"
 
 
@@ -275,7 +279,9 @@ def with_section(document, section):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("results", type=pathlib.Path, metavar="RESULTS")
-    parser.add_argument("--docs", type=pathlib.Path, help="folder of performance.md and .svg to renew")
+    parser.add_argument(
+        "--docs", type=pathlib.Path, help="folder of performance.md and .svg to renew"
+    )
     options = parser.parse_args()
 
     lines = evaluate(read_samples(options.results))
@@ -284,7 +290,8 @@ def main():
     print(f"\n* the fastest peer of the same pointer size\n{summary(lines)}")
     if options.docs:
         document = options.docs / "performance.md"
-        document.write_text(with_section(document.read_text(), generated_section(lines, environment)))
+        section = generated_section(lines, environment)
+        document.write_text(with_section(document.read_text(), section))
         (options.docs / "performance.svg").write_text(chart.draw(lines))
 
 

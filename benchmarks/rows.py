@@ -154,7 +154,12 @@ ROWS = (
         (Goal("Abseil", 1.25),),
         (Goal("memchr loop", 1.3),),
     ),
-    Row("fsvlist.parse", "FSVList, parse 1 MiB", (Goal("libcsv", 1.35),), (Goal("hand loop", 1.0),)),
+    Row(
+        "fsvlist.parse",
+        "FSVList, parse 1 MiB",
+        (Goal("libcsv", 1.35),),
+        (Goal("hand loop", 1.0),),
+    ),
     Row("fsvlist.write", "FSVList, write 1 MiB", (), (Goal("hand loop", 1.0),)),
     Row(
         "fsvlist.write_quoted",

@@ -1,7 +1,7 @@
 /// @file
-/// Does what `minibackup save` cannot go without, and nothing else: finds and reads the files below a
-/// folder, in blocks of the same size, takes the signature of each block and compresses those that
-/// it has not met yet. With STORE it also writes each of these to a file of its own there.
+/// Does what `minibackup save` cannot go without, and nothing else: finds and reads the files below
+/// a folder, in blocks of the same size, takes the signature of each block and compresses those
+/// that it has not met yet. With STORE it also writes each of these to a file of its own there.
 ///
 /// usage: save_floor FOLDER [STORE]
 
@@ -105,8 +105,9 @@ int main(int count, char** arguments) {
         std::fputs("usage: save_floor FOLDER [STORE]\n", stderr);
         return 2;
     }
-    // zlib's memory, which is asked for anew with each block, is not to go back to the kernel between
-    // two of them: its pages would have to be mapped again, which takes longer than to read a file.
+    // zlib's memory, which is asked for anew with each block, is not to go back to the kernel
+    // between two of them: its pages would have to be mapped again, which takes longer than to read
+    // a file.
     mallopt(M_MMAP_THRESHOLD, 16 * BLOCK_SIZE);
     mallopt(M_TRIM_THRESHOLD, 16 * BLOCK_SIZE);
     char* const roots[] = {arguments[1], nullptr};

@@ -3,9 +3,10 @@
 
 if(NURICCL_AGENT_TARGET)
     message(FATAL_ERROR
-        "NURICCL_INSTALL is on, but the agent services come from '${NURICCL_AGENT_TARGET}': an installed "
-        "nuriccl needs the headers and the library of those services, which only their own project can "
-        "install. Configure with -DNURICCL_INSTALL=OFF and install the target nuriccl from there.")
+        "NURICCL_INSTALL is on, but the agent services come from '${NURICCL_AGENT_TARGET}': an "
+        "installed nuriccl needs the headers and the library of those services, which only their "
+        "own project can install. Configure with -DNURICCL_INSTALL=OFF and install the target "
+        "nuriccl from there.")
 endif()
 
 include(CMakePackageConfigHelpers)

@@ -6,7 +6,8 @@ set(NURICCL_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 function(nuriccl_configure_target target)
     target_compile_features(${target} PUBLIC cxx_std_17)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
-    target_compile_options(${target} PRIVATE ${NURICCL_WARNINGS} $<$<BOOL:${NURICCL_WERROR}>:-Werror>)
+    target_compile_options(${target} PRIVATE
+        ${NURICCL_WARNINGS} $<$<BOOL:${NURICCL_WERROR}>:-Werror>)
     # A 32-bit off_t or time_t would make lstat fail on files beyond 2 GiB, 64-bit inode numbers and
     # time stamps after 2038.
     target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
@@ -33,10 +34,10 @@ endfunction()
 
 # nuriccl_add_library(<target> FAMILIES <name>... HEADER_FAMILIES <name>... KERNELS <name>...)
 #
-# A shared library of this tree, and the one list of its families: each is a header, a source (but for
-# a header family) and a test file of the same name. The library gets its soname, hidden visibility,
-# and an export list that keeps what the standard library's templates would leak out of the dynamic
-# symbol table. The kernels that its families use become part of it.
+# A shared library of this tree, and the one list of its families: each is a header, a source (but
+# for a header family) and a test file of the same name. The library gets its soname, hidden
+# visibility, and an export list that keeps what the standard library's templates would leak out of
+# the dynamic symbol table. The kernels that its families use become part of it.
 function(nuriccl_add_library target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FAMILIES;HEADER_FAMILIES;KERNELS")
     list(TRANSFORM arg_FAMILIES REPLACE ".+" "source/\\0.cpp" OUTPUT_VARIABLE sources)

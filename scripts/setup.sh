@@ -11,7 +11,7 @@ root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/.." && pwd -
 # shellcheck disable=SC2034 # the lists are used by the scripts
 readonly BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib zlib1g-dev lib32z1-dev libboost-dev)
 # shellcheck disable=SC2034
-readonly TEST_PACKAGES=(googletest pkgconf binutils)
+readonly TEST_PACKAGES=(googletest pkgconf binutils python3)
 # shellcheck disable=SC2034
 readonly FORMAT_PACKAGES=(clang-format)
 # shellcheck disable=SC2034
@@ -43,7 +43,7 @@ declare -rA PACKAGE_PURPOSE=(
     [libcsv-dev]="libcsv, to compare with"
     [openssl]="the command, to compare with"
     [valgrind]="counts instructions"
-    [python3]="makes a table of what was measured"
+    [python3]="makes tables of what was measured"
 )
 
 say() { printf '%s\n' "$*"; }

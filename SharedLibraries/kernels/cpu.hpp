@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What the CPU at hand can do beyond the floor of both pointer sizes, which is SSE2, and the choice
-/// among the variants of a kernel by it.
+/// What the CPU at hand can do beyond the floor of both pointer sizes, which is SSE2, and the
+/// choice among the variants of a kernel by it.
 ///
 /// A kernel is a function without rules of its own: it does in bulk what a family says how to do.
 /// Each has a portable variant, and faster ones that give the same results. Kernels are compiled

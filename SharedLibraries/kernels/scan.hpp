@@ -25,8 +25,8 @@ public:
         }
     }
 
-    /// A bit for each of the SCAN_WIDTH characters at `text`, the first one lowest: set where it is one of
-    /// the set.
+    /// A bit for each of the SCAN_WIDTH characters at `text`, the first one lowest: set where it is
+    /// one of the set.
     unsigned int matches(const char* text) const {
         return static_cast<unsigned int>(_mm_movemask_epi8(compare(text)));
     }

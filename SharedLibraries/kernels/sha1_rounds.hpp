@@ -15,8 +15,8 @@ constexpr std::size_t SHA1_BLOCK = 64;
 constexpr std::size_t SHA1_GROUPS = 20; // of four rounds
 constexpr std::uint32_t SHA1_CONSTANTS[] = {0x5a827999U, 0x6ed9eba1U, 0x8f1bbcdcU, 0xca62c1d6U};
 
-// The working variables a to e of FIPS 180-4, section 6.1.2, in a form whose rounds rotate the names
-// of the variables instead of their values.
+// The working variables a to e of FIPS 180-4, section 6.1.2, in a form whose rounds rotate the
+// names of the variables instead of their values.
 struct Sha1Rounds {
     std::uint32_t a, b, c, d, e;
 

@@ -13,8 +13,8 @@ namespace kernels {
 namespace {
 
 // A vector holds four words of each of one or two blocks, a lane for each. The schedule of the next
-// blocks is made between the rounds of the current ones: the rounds wait for each other, the schedule
-// fills the gaps.
+// blocks is made between the rounds of the current ones: the rounds wait for each other, the
+// schedule fills the gaps.
 class Sha1Scheduled {
     static constexpr std::size_t BLOCKS = Vector::LANES;
 
@@ -38,8 +38,8 @@ class Sha1Scheduled {
             const Vector& before_2 = ring[(GROUP - 2) % 8];
             const Vector& before_4 = ring[(GROUP - 4) % 8];
             if constexpr (GROUP < 8) {
-                // The word of three rounds ago is not there yet for the last of the four: it follows
-                // from the first of them.
+                // The word of three rounds ago is not there yet for the last of the four: it
+                // follows from the first of them.
                 const Vector& before_3 = ring[(GROUP - 3) % 8];
                 const Vector known =
                     before_4 ^ middle<8>(before_4, before_3) ^ before_2 ^ before_1.moved_down<4>();

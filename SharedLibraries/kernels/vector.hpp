@@ -1,11 +1,11 @@
 #pragma once
 
 /// @file
-/// A vector register as wide as the instructions that the including source is compiled for: 32 bytes
-/// with AVX2, otherwise 16.
+/// A vector register as wide as the instructions that the including source is compiled for: 32
+/// bytes with AVX2, otherwise 16.
 ///
-/// A kernel is written once for both. What moves bytes does so within each lane of 16. All of it has
-/// internal linkage, as the same names mean something else in every source.
+/// A kernel is written once for both. What moves bytes does so within each lane of 16. All of it
+/// has internal linkage, as the same names mean something else in every source.
 
 #include <cstddef>
 #include <cstdint>

@@ -3,9 +3,9 @@
 /// @file
 /// What the program does: one function for each command.
 ///
-/// Each returns the exit status: `DONE`, `INCOMPLETE` when something was left out, or `BUSY` when another
-/// process has the store; the latter two were told on standard error. They throw `Error` when the command
-/// cannot be done at all.
+/// Each returns the exit status: `DONE`, `INCOMPLETE` when something was left out, or `BUSY` when
+/// another process has the store; the latter two were told on standard error. They throw `Error`
+/// when the command cannot be done at all.
 
 #include "exclusions.hpp"
 

@@ -79,8 +79,8 @@ Reading reading_at(std::time_t time) {
     return timegm(&parts);
 }
 
-// The first time after `from` at which the clock differs from UTC by something else than at `from`; `to`
-// when it does not up to then.
+// The first time after `from` at which the clock differs from UTC by something else than at `from`;
+// `to` when it does not up to then.
 std::time_t change_of_clock(std::time_t from, std::time_t to) {
     const auto difference = [](std::time_t time) { return reading_at(time) - time; };
     const Reading old = difference(from);
@@ -94,13 +94,15 @@ std::time_t change_of_clock(std::time_t from, std::time_t to) {
     return to;
 }
 
-// The latest reading of the clock up to `time`: it shows earlier ones for a while after it is set back.
+// The latest reading of the clock up to `time`: it shows earlier ones for a while after it is set
+// back.
 Reading latest_reading(std::time_t time) {
     const std::time_t change = change_of_clock(time - DAY, time);
     return std::max(reading_at(change - 1), reading_at(time));
 }
 
-// The first time after `after` at which the clock shows `reading` or a later one; it shows none up to then.
+// The first time after `after` at which the clock shows `reading` or a later one; it shows none up
+// to then.
 std::time_t time_of(Reading reading, std::time_t after) {
     std::time_t time =
         std::max<std::time_t>(after, reading - 2 * DAY); // no zone is as far from UTC

@@ -20,8 +20,8 @@ struct ExclusionClass {
     std::vector<std::string> files; // paths below the root
 };
 
-// The library knows the names; which files they mean here, this program does. Their content is of no use
-// once the system that made them was shut down.
+// The library knows the names; which files they mean here, this program does. Their content is of
+// no use once the system that made them was shut down.
 const std::vector<ExclusionClass>& known_classes() {
     static const std::vector<ExclusionClass> classes = {
         {"Memory Page File",

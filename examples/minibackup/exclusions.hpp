@@ -11,13 +11,13 @@ namespace minibackup {
 
 class Exclusions {
 public:
-    /// Leaves out what matches a pattern, the shell pattern for one name or, when it has a '/' in front of
-    /// or between its characters, for a path below the root of the tree. With a '/' at the end it matches
-    /// directories only.
+    /// Leaves out what matches a pattern, the shell pattern for one name or, when it has a '/' in
+    /// front of or between its characters, for a path below the root of the tree. With a '/' at the
+    /// end it matches directories only.
     ///
-    /// The wildcards are those of POSIX `fnmatch` with FNM_PATHNAME, so that none matches a '/', and
-    /// without FNM_PERIOD: a hidden file is as good as any other. They see bytes, as file names are
-    /// bytes; letters of different case differ.
+    /// The wildcards are those of POSIX `fnmatch` with FNM_PATHNAME, so that none matches a '/',
+    /// and without FNM_PERIOD: a hidden file is as good as any other. They see bytes, as file names
+    /// are bytes; letters of different case differ.
     /// @throws Error when it cannot match anything: it is empty, or holds a "." or ".."
     void add_pattern(const std::string& text);
 

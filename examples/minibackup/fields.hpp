@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Lines of fields with a separator between them, in the manner of CSV: a field stands in quotes when it
-/// holds the separator, a quote or a line break, and a quote in it is doubled.
+/// Lines of fields with a separator between them, in the manner of CSV: a field stands in quotes
+/// when it holds the separator, a quote or a line break, and a quote in it is doubled.
 
 #include <algorithm>
 #include <cstddef>

@@ -24,9 +24,9 @@ std::string canonical(const std::string& path) {
     return result.get();
 }
 
-// The process that holds the lock of the path, 0 for one that cannot be told from here; none when the lock
-// is free. The semaphore is 0 while it is held, and keeps the process that made it so: the kernel's word,
-// unlike that of a file, which outlives its writer.
+// The process that holds the lock of the path, 0 for one that cannot be told from here; none when
+// the lock is free. The semaphore is 0 while it is held, and keeps the process that made it so: the
+// kernel's word, unlike that of a file, which outlives its writer.
 std::optional<pid_t> holder_of(const std::string& path) {
     const int set = semget(nuriccl::ftokey(path.c_str()), 1, 0);
     if (set == -1) {
@@ -70,8 +70,8 @@ void tell(const std::string& store, pid_t holder, bool wait) {
                  who.c_str(), wait ? "; waiting for its end" : "");
 }
 
-// Acquires the lock of the path. An error: EINTR when that took longer than it should, and was to be
-// interrupted then; ENOENT or EIDRM when the set was removed in the middle of it.
+// Acquires the lock of the path. An error: EINTR when that took longer than it should, and was to
+// be interrupted then; ENOENT or EIDRM when the set was removed in the middle of it.
 int attempt(nuriccl::SingleInstance& instance, const std::string& path, bool interrupted) {
     std::optional<Interrupter> interrupter;
     if (interrupted) {

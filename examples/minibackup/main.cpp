@@ -1,5 +1,6 @@
 /// @file
-/// minibackup: saves directory trees in a store of compressed blocks, each kept once, and restores them.
+/// minibackup: saves directory trees in a store of compressed blocks, each kept once, and restores
+/// them.
 ///
 /// This file is the command line; see commands.hpp for what the commands do.
 
@@ -187,8 +188,8 @@ int print_help(const Command& command) {
     return DONE;
 }
 
-// What getopt_long has refused last. It tells a short option; a long one is unknown, not unique or has an
-// argument although it takes none: then it tells what is in the table, 0 or the short form.
+// What getopt_long has refused last. It tells a short option; a long one is unknown, not unique or
+// has an argument although it takes none: then it tells what is in the table, 0 or the short form.
 std::string refused_option(char** argv) {
     const auto is_refused = [](const option& known) { return known.val == optopt; };
     const bool is_long = std::any_of(std::begin(OPTIONS), std::end(OPTIONS), is_refused);
@@ -226,7 +227,8 @@ void set(Options& options, int letter, const std::string& value) {
     }
 }
 
-// Whether the option can stand in a file. Help is of no use there, and files in files might never end.
+// Whether the option can stand in a file. Help is of no use there, and files in files might never
+// end.
 bool takes_in_file(const Command& command, const option& known) {
     return known.name != nullptr && takes(command, known.val) && known.val != 'h' &&
            known.val != 'o';

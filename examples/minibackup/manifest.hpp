@@ -3,9 +3,9 @@
 /// @file
 /// The manifest of a run: what the saved tree looks like and which blocks its files are made of.
 ///
-/// It is text, a record on each line, its fields separated by one blank and quoted where they have to be
-/// (see fields.hpp). MTIME is three fields: seconds since 1970, nanoseconds, and the same as a time stamp,
-/// which is for people and not read. Names are encoded (see names.hpp).
+/// It is text, a record on each line, its fields separated by one blank and quoted where they have
+/// to be (see fields.hpp). MTIME is three fields: seconds since 1970, nanoseconds, and the same as
+/// a time stamp, which is for people and not read. Names are encoded (see names.hpp).
 ///
 ///     minibackup manifest 1
 ///     saved MTIME
@@ -19,15 +19,15 @@
 ///     end LENGTH                   sum of the lengths
 ///     signature SIGNATURE          of all lines before
 ///
-/// The first entry is the directory "."; everything else is in it. A name is one component of a path:
-/// neither empty nor "." or "..", without '/' and NUL. Modes are octal, 12 bits.
+/// The first entry is the directory "."; everything else is in it. A name is one component of a
+/// path: neither empty nor "." or "..", without '/' and NUL. Modes are octal, 12 bits.
 ///
-/// The separator is a blank and not the usual comma because a manifest is for the eye, too, and its lines
-/// are mostly words and numbers. Each field has one form: one that is written in another, a number with a
-/// zero in front or a name in quotes that needs none, is damage.
+/// The separator is a blank and not the usual comma because a manifest is for the eye, too, and its
+/// lines are mostly words and numbers. Each field has one form: one that is written in another, a
+/// number with a zero in front or a name in quotes that needs none, is damage.
 ///
-/// The program was not released yet, and until it is, version 1 changes without a new number. It has
-/// changed last in the form of names. A store with manifests from before is to be made anew.
+/// The program was not released yet, and until it is, version 1 changes without a new number. It
+/// has changed last in the form of names. A store with manifests from before is to be made anew.
 ///
 /// Both classes handle a manifest as a stream, in constant memory.
 

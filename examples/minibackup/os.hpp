@@ -74,7 +74,8 @@ std::size_t read_whole(int fd, void* to, std::size_t size, const std::string& pa
 
 void write_whole(int fd, const std::string& bytes, const std::string& path);
 
-/// Closes a file that was written: some filesystems tell only now that they could not keep the data.
+/// Closes a file that was written: some filesystems tell only now that they could not keep the
+/// data.
 void close_written(Descriptor file, const std::string& path);
 
 void seek(int fd, std::uint64_t position, const std::string& path);
@@ -94,7 +95,8 @@ private:
 
 timespec now();
 
-/// The time stamp in UTC as `nuriccl::to_str` writes it: `nuriccl::BAD_TIME` outside the years 1 to 9999.
+/// The time stamp in UTC as `nuriccl::to_str` writes it: `nuriccl::BAD_TIME` outside the years 1 to
+/// 9999.
 std::string time_text(const timespec& time);
 
 /// The same of a whole second in local time, with its distance from UTC.

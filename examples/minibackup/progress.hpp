@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What the user sees of a command: messages and a progress bar on standard error, the bar only when that
-/// is a terminal, and a closing summary on standard output.
+/// What the user sees of a command: messages and a progress bar on standard error, the bar only
+/// when that is a terminal, and a closing summary on standard output.
 
 #include "os.hpp"
 

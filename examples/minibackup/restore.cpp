@@ -1,8 +1,8 @@
 /// @file
 /// `restore`: makes the tree of a run anew in an empty directory.
 ///
-/// Nothing outside that directory is touched, whatever the manifest says: an entry is one name in the
-/// directory that was made for it, everything is created exclusively, and no link is followed.
+/// Nothing outside that directory is touched, whatever the manifest says: an entry is one name in
+/// the directory that was made for it, everything is created exclusively, and no link is followed.
 
 #include "commands.hpp"
 #include "manifest.hpp"

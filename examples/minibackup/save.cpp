@@ -148,8 +148,8 @@ void Saver::save_file(const TreeCursor& at, const std::string& name) {
     totals_.bytes += end.length;
 }
 
-// Stores what the reader finds and adds up its size. False when the file cannot be read to its end, which
-// is named then; what the store cannot do is thrown and ends the run.
+// Stores what the reader finds and adds up its size. False when the file cannot be read to its end,
+// which is named then; what the store cannot do is thrown and ends the run.
 bool Saver::save_content(std::uint64_t& size) {
     Record piece;
     bool more = true;

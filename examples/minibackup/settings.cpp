@@ -24,8 +24,8 @@ std::string read_text(int file, const std::string& path) {
     return text;
 }
 
-// Whether the line is three words, of which keyed values would leave out those around them. What follows
-// a line is a word of its own only when no quote and no escape was left open.
+// Whether the line is three words, of which keyed values would leave out those around them. What
+// follows a line is a word of its own only when no quote and no escape was left open.
 bool is_three_words(const std::string& line) {
     const std::string text = line + " .";
     const char* cursor = text.c_str();

@@ -8,9 +8,10 @@
 ///     KEY = "VALUE with blanks, '=', quotes \" or a backslash \\"
 ///
 /// Each line that is neither blank nor a comment has one key and one value, both words as
-/// `nuriccl::string::unixshellstring_get_word` reads them: quotes of either kind keep a word together, and
-/// a backslash, also in quotes, lets the next character stand for itself. There are no empty values, and a
-/// quote or backslash that is left open at the end of its line is a fault. A key may come more than once.
+/// `nuriccl::string::unixshellstring_get_word` reads them: quotes of either kind keep a word
+/// together, and a backslash, also in quotes, lets the next character stand for itself. There are
+/// no empty values, and a quote or backslash that is left open at the end of its line is a fault. A
+/// key may come more than once.
 
 #include <string>
 #include <vector>

@@ -166,8 +166,9 @@ std::string unique_name() {
                                      time.tv_nsec, static_cast<unsigned int>(getpid()));
 }
 
-// Whether nobody else has the directory locked. A save that is killed is given some time: the kernel takes
-// its semaphores, for which the next save waits, before its files and the locks of those.
+// Whether nobody else has the directory locked. A save that is killed is given some time: the
+// kernel takes its semaphores, for which the next save waits, before its files and the locks of
+// those.
 bool lock_alone(int directory) {
     constexpr int TRIES = 50;
     bool locked = flock(directory, LOCK_EX | LOCK_NB) == 0;

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Moving through directory trees by descriptors: no path is resolved, so no symbolic link is followed,
-/// and paths may have any length.
+/// Moving through directory trees by descriptors: no path is resolved, so no symbolic link is
+/// followed, and paths may have any length.
 
 #include "os.hpp"
 
@@ -11,8 +11,8 @@
 
 namespace minibackup {
 
-/// A directory in a tree, moved one level at a time. Keeps a descriptor open for each level, so a tree may
-/// be a thousand levels deep.
+/// A directory in a tree, moved one level at a time. Keeps a descriptor open for each level, so a
+/// tree may be a thousand levels deep.
 class TreeCursor {
 public:
     /// Starts at a directory, which may be told by a symbolic link.
@@ -32,7 +32,8 @@ public:
     /// The status of something in the directory, which may be a link.
     struct stat status_of_entry(const std::string& name) const;
 
-    /// Moves down; `name` must be a directory itself, not a link to one. Stays where it is on failure.
+    /// Moves down; `name` must be a directory itself, not a link to one. Stays where it is on
+    /// failure.
     void enter(const std::string& name);
 
     /// Moves up.
@@ -76,11 +77,11 @@ protected:
     ~TreeVisitor() = default;
 };
 
-/// Visits the tree at the cursor, which is at its start: the directory under the name given, what is in
-/// it, then its sub-directories one by one. The directory `left_out` is passed over.
+/// Visits the tree at the cursor, which is at its start: the directory under the name given, what
+/// is in it, then its sub-directories one by one. The directory `left_out` is passed over.
 ///
-/// Down to the end of `way`, only what is next on it is visited of each directory, without asking the
-/// visitor. A way that cannot be followed to its end, as when a link stands on it, is a fault.
+/// Down to the end of `way`, only what is next on it is visited of each directory, without asking
+/// the visitor. A way that cannot be followed to its end, as when a link stands on it, is a fault.
 ///
 /// Memory: the names of the sub-directories, for the current path only.
 /// @throws what the visitor throws

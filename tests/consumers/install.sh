@@ -27,7 +27,8 @@ for tree in "$prefix" "$moved"; do
         "$READELF" -d "$tree/lib/lib$library.so" | grep -q 'RUNPATH.*\[\$ORIGIN\]' ||
             fail "lib$library.so does not look for other libraries beside it, and only there"
     done
-    if grep -rF -e "$build" -e "$source" -e "$prefix" -e "$moved" "$tree"/lib/{cmake,pkgconfig}; then
+    if grep -rF -e "$build" -e "$source" -e "$prefix" -e "$moved" \
+        "$tree"/lib/{cmake,pkgconfig}; then
         fail "The package knows where it was built or installed"
     fi
 done

@@ -12,7 +12,8 @@ if [[ $version != "$2" ]]; then
     exit 1
 fi
 # What pkg-config prints is meant for the shell to read: blanks in it are quoted.
-eval "flags=($(pkg-config --cflags --libs nuriccl) -Wl,-rpath,$(pkg-config --variable=libdir nuriccl))"
+eval "flags=($(pkg-config --cflags --libs nuriccl))"
+eval "flags+=(-Wl,-rpath,$(pkg-config --variable=libdir nuriccl))"
 rm -f "$3"
 mkdir -p "$(dirname "$3")"
 "${@:4}" -o "$3" "${flags[@]}"

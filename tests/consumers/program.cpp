@@ -1,5 +1,5 @@
-// A program as the agent's components are: it includes the library as installed and uses a little of each
-// family, its exceptions and its constants.
+// A program as the agent's components are: it includes the library as installed and uses a little
+// of each family, its exceptions and its constants.
 
 #include "check.hpp"
 

@@ -4,6 +4,6 @@
 /// std::cerr what it does not.
 bool manipulators_are_recognised();
 
-/// Whether the library reads numbers in the radix of the calling module's std::hex and std::oct; says
-/// on std::cerr what it does not.
+/// Whether the library reads numbers in the radix of the calling module's std::hex and std::oct;
+/// says on std::cerr what it does not.
 bool manipulators_are_applied();

@@ -9,10 +9,10 @@ set -euo pipefail
 export LC_ALL=C
 
 # One line per symbol in the same words for both pointer sizes: the variants of a constructor or
-# destructor are one, and the type behind va_list, which differs, is called by its name again. Inline
-# functions (weak symbols) of the library's own are left out: callers have their copies, and it depends on
-# the optimiser whether the library keeps one. Weak, too, but always there are the instantiations of
-# transformString and what the source file of Buffer keeps.
+# destructor are one, and the type behind va_list, which differs, is called by its name again.
+# Inline functions (weak symbols) of the library's own are left out: callers have their copies, and
+# it depends on the optimiser whether the library keeps one. Weak, too, but always there are the
+# instantiations of transformString and what the source file of Buffer keeps.
 exports() {
     "${NM:-nm}" -DC --defined-only "$1" | sed -E '
         s/^[0-9a-f]* //
@@ -22,7 +22,7 @@ exports() {
         s/ >/>/g
         s/std::__cxx11::/std::/g
         s/std::basic_string<char, std::char_traits<char>, std::allocator<char>>/std::string/g
-        s/std::basic_string<wchar_t, std::char_traits<wchar_t>, std::allocator<wchar_t>>/std::wstring/g
+        s/std::basic_string<(wchar_t), std::char_traits<\1>, std::allocator<\1>>/std::wstring/g
         s/std::vector<([^<>,]*), std::allocator<\1>>/std::vector<\1>/g
         /sprintfSafe/s/char\*&|__va_list_tag \(&\) \[1\]/va_list\&/' | sort -u
 }
@@ -38,8 +38,9 @@ check)
         cat << EOF
 $(basename "$2") and its reviewed list of exports differ:
 $difference
-A missing symbol breaks programs that use it: bring it back, or raise NURICCL_SOVERSION. A new symbol
-that is not meant for callers should be hidden. When the change is meant, review the outcome of
+A missing symbol breaks programs that use it: bring it back, or raise NURICCL_SOVERSION. A new
+symbol that is not meant for callers should be hidden. When the change is meant, review the outcome
+of
   $0 print $2
 and write it to
   $3

@@ -1,8 +1,10 @@
 #!/bin/bash
-# Holds the files of a library against its list of families: one header, one source and one test each.
+# Holds the files of a library against its list of families: one header, one source and one test
+# each.
 #
 # usage: families.sh <folder of the library> <families> <header families>
-# The lists are separated by blanks; a header family is all templates or plain data and has no source.
+# The lists are separated by blanks; a header family is all templates or plain data and has no
+# source.
 set -euo pipefail
 export LC_ALL=C
 cd "$1"

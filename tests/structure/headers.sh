@@ -1,6 +1,7 @@
 #!/bin/bash
-# Makes sure that the installed headers stand on their own: they include nothing but installed headers, and
-# mean the same to every program, whatever the width of time_t and off_t that it has chosen.
+# Makes sure that the installed headers stand on their own: they include nothing but installed
+# headers, and mean the same to every program, whatever the width of time_t and off_t that it has
+# chosen.
 #
 # usage: headers.sh <folder with headers>...
 set -euo pipefail

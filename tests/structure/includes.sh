@@ -1,6 +1,6 @@
 #!/bin/bash
-# Holds the includes among the families against docs/includes.txt, in both directions, and makes sure that
-# neither the families nor the libraries include each other in a circle.
+# Holds the includes among the families against docs/includes.txt, in both directions, and makes
+# sure that neither the families nor the libraries include each other in a circle.
 #
 # usage: includes.sh <root of the source tree>
 set -euo pipefail
@@ -35,8 +35,8 @@ written() {
             stem=${stem%%_*}
         fi
         echo "$library/$stem $library/$stem"
-        sed -nE 's/^[ \t]*#[ \t]*include[ \t]*<((nuriccl|nuriagent|kernels)\/.*)\.hpp>.*/\1/p' "$file" |
-            sed -e "/^$library\/export\$/d" -e "s|^|$library/$stem |"
+        sed -nE 's,^[ \t]*#[ \t]*include[ \t]*<((nuriccl|nuriagent|kernels)/.*)\.hpp>.*,\1,p' \
+            "$file" | sed -e "/^$library\/export\$/d" -e "s|^|$library/$stem |"
         # A quoted include, which is for kernels only, is nowhere in the list.
         if [[ $library != kernels ]]; then
             sed -nE "s|^[ \t]*#[ \t]*include[ \t]*(\".*\").*|$library/$stem \1|p" "$file"

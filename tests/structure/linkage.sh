@@ -26,7 +26,7 @@ if [[ $(values SONAME) != "$soname" ]]; then
     fail "the soname is '$(values SONAME)' instead of '$soname'"
 fi
 if grep -q TEXTREL <<< "$dynamic"; then
-    fail "its code has text relocations: something in it was not compiled as position-independent code"
+    fail "its code has text relocations: something in it is not position-independent"
 fi
 for needed in $(values NEEDED); do
     if [[ " $* " != *" $needed "* ]]; then

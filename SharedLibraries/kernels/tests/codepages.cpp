@@ -1,5 +1,5 @@
-// Tests of the conversions that need no iconv: of the kernels against iconv, and of the library, which
-// has iconv take over where they stop, against a loop that has iconv do everything.
+// Tests of the conversions that need no iconv: of the kernels against iconv, and of the library,
+// which has iconv take over where they stop, against a loop that has iconv do everything.
 //
 //   kernel                                         cases
 //   decode_ascii, decode_utf8 ...                  DecodeTest.*, DecodeUtf8.*
@@ -62,8 +62,8 @@ public:
         return {text.size() - left_ / sizeof(From), output, is_whole};
     }
 
-    // Converts a text as the library would by iconv alone: a bad unit is replaced, or ends it when the
-    // replacement is null. A text that starts with NUL counts as empty.
+    // Converts a text as the library would by iconv alone: a bad unit is replaced, or ends it when
+    // the replacement is null. A text that starts with NUL counts as empty.
     bool convert_all(const std::basic_string<From>& text, const To* replacement,
                      std::basic_string<To>& output) {
         output.clear();
@@ -157,8 +157,8 @@ const Page PAGES[] = {
 
 const Page& UTF8 = PAGES[1];
 
-// What stands among ASCII: characters of each length, bytes that are none in one code page or another, and
-// sequences that are cut off, too long, or of what is no character.
+// What stands among ASCII: characters of each length, bytes that are none in one code page or
+// another, and sequences that are cut off, too long, or of what is no character.
 const std::vector<std::string> BYTES = {
     std::string(1, '\0'),
     "\x7f",
@@ -196,8 +196,8 @@ std::vector<std::wstring> wide_texts() {
     return all;
 }
 
-// What a kernel has to do with a text when there is `room`: one character after the other that has a
-// counterpart, as long as there is room for it.
+// What a kernel has to do with a text when there is `room`: one character after the other that has
+// a counterpart, as long as there is room for it.
 template <class From, class To>
 Conversion<To> model(Iconv<From, To>& iconv, const std::basic_string<From>& text,
                      std::size_t room) {

@@ -4,8 +4,8 @@
 //   instructions_at_hand    Instructions.*
 //   best_of                 BestOf.*
 //
-// There is a program of this file for the CPU as it is, and one for each set of instructions that a build
-// can do without.
+// There is a program of this file for the CPU as it is, and one for each set of instructions that a
+// build can do without.
 
 #include "../cpu.hpp"
 #include "support/noise.hpp"

@@ -45,7 +45,8 @@ unsigned int others_of(const std::string& bytes) {
     return others;
 }
 
-// Calls `check` with texts that have every byte at every place, among others and among random bytes.
+// Calls `check` with texts that have every byte at every place, among others and among random
+// bytes.
 template <class Check>
 void for_each_text(Noise& noise, Check check) {
     for (std::size_t place = 0; place < DUMP_WIDTH; ++place) {

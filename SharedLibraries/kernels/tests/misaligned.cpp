@@ -1,5 +1,5 @@
-// Tests of vector code that is called by old 32-bit programs, whose stack is aligned to 4 bytes only: its
-// registers must not go to the stack as if there were more.
+// Tests of vector code that is called by old 32-bit programs, whose stack is aligned to 4 bytes
+// only: its registers must not go to the stack as if there were more.
 //
 //   what is called                        cases
 //   every variant of every kernel         MisalignedKernels.*

@@ -1,4 +1,5 @@
-// Tests of the operations of a vector register, of each width, against what they do to single bytes.
+// Tests of the operations of a vector register, of each width, against what they do to single
+// bytes.
 //
 //   class Vector       VectorTest.*
 
@@ -22,7 +23,8 @@ using vector_operations::Operation;
 
 constexpr std::size_t LANE = 16; // bytes
 
-// Bytes as numbers, with and without signs, and in words and halves of words, the lowest byte first.
+// Bytes as numbers, with and without signs, and in words and halves of words, the lowest byte
+// first.
 struct Bytes {
     unsigned char byte(std::size_t i) const { return static_cast<unsigned char>(text[i]); }
     int number(std::size_t i) const { return static_cast<signed char>(text[i]); }

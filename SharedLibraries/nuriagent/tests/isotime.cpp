@@ -1,4 +1,5 @@
-// Tests of the date-time record's layout, which components of either pointer size exchange as bytes.
+// Tests of the date-time record's layout, which components of either pointer size exchange as
+// bytes.
 //
 //   public member                        cases
 //   isotime (as a whole)                 IsotimeRecord.*

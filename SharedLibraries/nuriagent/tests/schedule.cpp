@@ -95,8 +95,8 @@ std::string schedule_with(Place place, const std::string& field) {
     return words[0] + ' ' + words[1] + ' ' + words[2] + ' ' + words[3] + ' ' + words[4];
 }
 
-// What a field at one place of a schedule is read as; nothing when it is rejected, and the record must
-// be as it was then. The other fields must be read as what they are.
+// What a field at one place of a schedule is read as; nothing when it is rejected, and the record
+// must be as it was then. The other fields must be read as what they are.
 std::optional<Mask> read(Place place, const std::string& field) {
     cronblk record = UNTOUCHED;
     if (pln_str2crn(&record, schedule_with(place, field)) == 0) {
@@ -646,7 +646,8 @@ TEST(ScheduleName, HasExactlyThreeLetters) {
     EXPECT_TRUE(rejects(MONTHS, "sept"));
 }
 
-// Bytes that differ from a letter's in the bit that tells the cases apart, or have the high bit set.
+// Bytes that differ from a letter's in the bit that tells the cases apart, or have the high bit
+// set.
 TEST(ScheduleName, HasNothingThatOnlyResemblesALetter) {
     for (const Place place : {MONTHS, WEEKDAYS}) {
         for (const std::string& name : names_of(place)) {

@@ -50,8 +50,8 @@ std::string sha1(const std::string& data) {
 }
 
 // The digest as FIPS 180-4 describes it: the whole message is padded first, then hashed with a full
-// message schedule of 80 words. `hashed_before` counts bytes in front of `data` that the initial state
-// leaves out.
+// message schedule of 80 words. `hashed_before` counts bytes in front of `data` that the initial
+// state leaves out.
 std::string model_sha1(const std::string& data, std::uint64_t hashed_before = 0) {
     std::vector<std::uint8_t> message(data.begin(), data.end());
     message.push_back(0x80);
@@ -307,7 +307,8 @@ TEST(Sha1Context, CountsTheBytesHashed) {
     EXPECT_EQ(context.length_high, 0U);
 }
 
-// The length in bits passes 2^32 here. The digest is the published one of this message of 2^30 bytes.
+// The length in bits passes 2^32 here. The digest is the published one of this message of 2^30
+// bytes.
 TEST(Sha1Length, PassesTwoToThe32Bits) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "a gibibyte takes too long in an instrumented build";

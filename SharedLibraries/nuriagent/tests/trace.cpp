@@ -325,8 +325,8 @@ TEST(TraceMessage, StartsWithAnEmptyText) {
     EXPECT_EQ(trace.Message("f", "g", 3).text, "");
 }
 
-// A null text is the empty text, here as everywhere. In a process of its own, so that a crash is one
-// failed case.
+// A null text is the empty text, here as everywhere. In a process of its own, so that a crash is
+// one failed case.
 TEST(TraceMessage, TakesNullForAnEmptyPlace) {
     EXPECT_EXIT(
         {

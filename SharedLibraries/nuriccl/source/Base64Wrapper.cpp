@@ -20,7 +20,8 @@ constexpr kernels::Exchange TO_STANDARD = {{'-', '_'}, {'+', '/'}};
 
 // Has the codec work in two steps: it tells the size, then it writes.
 //
-// @param shared  whether the codec reads what is in `output`, which must be left alone until it is done
+// @param shared  whether the codec reads what is in `output`, which must be left alone until it is
+//                done
 // @param zeros   whether it finds nothing but zeros where it writes
 // @param codec   a call of the codec: (place, size, results) -> number of characters
 // @return false when a step fails; `output` is untouched after the first one

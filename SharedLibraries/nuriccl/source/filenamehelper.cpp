@@ -105,8 +105,8 @@ String<Char> separator_or_default(const String<Char>& sep) {
 }
 
 // Makes each doubled separator one by taking two characters away and putting a separator in their
-// place, which is odd for a separator of several characters. That again makes a doubled separator of
-// some, and would never end.
+// place, which is odd for a separator of several characters. That again makes a doubled separator
+// of some, and would never end.
 template <class Char>
 void squeeze_long_separators(String<Char>& path, size_t start, const String<Char>& sep) {
     const String<Char> doubled = sep + sep;

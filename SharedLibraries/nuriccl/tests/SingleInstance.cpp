@@ -15,9 +15,9 @@
 //   the example of the header                SingleInstanceUsage.*
 //
 // Nothing here depends on how long anything takes: a process waits when the kernel counts it among
-// those that wait for the semaphore. A lock changes hands only when all others wait in this way, and
-// a process that makes a set is left alone until it holds it; what happens otherwise is left open by
-// the header.
+// those that wait for the semaphore. A lock changes hands only when all others wait in this way,
+// and a process that makes a set is left alone until it holds it; what happens otherwise is left
+// open by the header.
 
 #include "support/allocation.hpp"
 #include "support/files.hpp"
@@ -62,7 +62,8 @@ using semaphores::Watch;
 
 using Calls = std::vector<std::string>;
 
-// The key by its definition, each byte with its weight: inode x 33^n + byte 1 x 33^(n-1) ... + byte n.
+// The key by its definition, each byte with its weight:
+// inode x 33^n + byte 1 x 33^(n-1) ... + byte n.
 std::int32_t model_key(std::uint64_t inode, const std::string& path) {
     constexpr std::int64_t MODULUS = std::int64_t{1} << 32;
     std::int64_t weight = 1;
@@ -1534,8 +1535,8 @@ protected:
 
 } // namespace
 
-// One who may not remove the set, and looks at it before its owner has, comes too late to open it: as
-// the header says, that is no failure for good.
+// One who may not remove the set, and looks at it before its owner has, comes too late to open it:
+// as the header says, that is no failure for good.
 TEST_F(SingleInstanceUsers, ShareALock) {
     const auto hold_as = [this](uid_t user) {
         return [this, user](process::Line& parent) {

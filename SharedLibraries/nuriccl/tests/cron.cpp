@@ -85,8 +85,8 @@ Cron running(const std::string& minutes, const std::string& hours) {
     return cron;
 }
 
-// Whether the days or weekdays of a text were set; otherwise the exception must be the right one and
-// leave the schedule as it was.
+// Whether the days or weekdays of a text were set; otherwise the exception must be the right one
+// and leave the schedule as it was.
 bool sets(Cron& cron, void (Cron::*set)(const std::string&), const std::string& text) {
     const cronblk earlier = cron.block();
     try {

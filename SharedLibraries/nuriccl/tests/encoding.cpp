@@ -47,8 +47,8 @@
 #include <utility>
 #include <vector>
 
-// iconv_open, iconv and iconv_close stand in front of the C library's own, which they pass the calls on
-// to, so that descriptors can be counted and calls can be made to fail.
+// iconv_open, iconv and iconv_close stand in front of the C library's own, which they pass the
+// calls on to, so that descriptors can be counted and calls can be made to fail.
 
 namespace {
 
@@ -284,8 +284,8 @@ std::wstring characters_between(unsigned int first, unsigned int last) {
     return text;
 }
 
-// Every Unicode scalar value but 0, in one text for each plane: with every call of iconv, sanitizers
-// look at all that is left of a text.
+// Every Unicode scalar value but 0, in one text for each plane: with every call of iconv,
+// sanitizers look at all that is left of a text.
 std::vector<std::wstring> planes() {
     std::vector<std::wstring> texts;
     for (unsigned int first = 0; first <= 0x100000; first += 0x10000) {
@@ -294,7 +294,8 @@ std::vector<std::wstring> planes() {
     return texts;
 }
 
-// What is no Unicode scalar value: every surrogate, and values from 0x110000 up with the negative ones.
+// What is no Unicode scalar value: every surrogate, and values from 0x110000 up with the negative
+// ones.
 std::vector<wchar_t> no_characters() {
     std::vector<wchar_t> values;
     for (unsigned int code = 0xd800; code <= 0xdfff; ++code) {
@@ -345,8 +346,8 @@ Wide model_from_utf8(const std::string& text, bool ignore) {
     return result;
 }
 
-// iconv's own conversions, with room for all output at once and what it holds back at the end. A bad
-// character is replaced, and its `bad_size` bytes skipped; null ends the conversion.
+// iconv's own conversions, with room for all output at once and what it holds back at the end. A
+// bad character is replaced, and its `bad_size` bytes skipped; null ends the conversion.
 Multibyte by_iconv(const char* to, const char* from, std::string text, std::size_t bad_size,
                    const char* replacement) {
     const iconv_t descriptor = iconv_open(to, from);
@@ -1092,7 +1093,8 @@ TEST(Conversions, ToAndFromAnUnknownCodePageAreEmptyAndFalse) {
     }
 }
 
-// The number tells nothing to iconv, and its name stays empty, which is the character set of the locale.
+// The number tells nothing to iconv, and its name stays empty, which is the character set of the
+// locale.
 TEST(Conversions, ByNumberAloneAreThoseOfTheEmptyName) {
     CodePage codePage(Encoding::CP_DEFAULT);
     codePage.init(1252);
@@ -1370,8 +1372,9 @@ TEST(ToWideChar, IsEmptyForUnmarkedBigEndianTextOfLatinLetters) {
 
 namespace {
 
-// The bytes that start no character are passed one by one. The first character after them stands for the
-// whole rest: once for each time that it, with its `size` bytes, goes into the rest, rounded up.
+// The bytes that start no character are passed one by one. The first character after them stands
+// for the whole rest: once for each time that it, with its `size` bytes, goes into the rest,
+// rounded up.
 Wide model_repeating(const std::string& text, bool ignore) {
     if (text.empty() || text[0] == '\0') {
         return {true, L""};
@@ -1800,8 +1803,8 @@ TEST(Stateful, ALetterHeldBackBeforeABadByteIsNotLost) {
 
 namespace {
 
-// ISO-2022-CN is not among them: what is written depends on the room, as the C library repeats a shift
-// that ends it.
+// ISO-2022-CN is not among them: what is written depends on the room, as the C library repeats a
+// shift that ends it.
 const char* const WITH_MEMORY[] = {
     "ISO-2022-JP",  "ISO-2022-JP-3",  "ISO-2022-KR", "UTF-7",  "CP1255",   "CP1258",
     "TCVN",         "BIG5-HKSCS",     "TSCII",       "IBM930", "IBM1371",  "EUC-JP",

@@ -133,8 +133,8 @@ bool begins_with_unc_marker(const Text<Char>& path) {
     return path.size() >= 2 && path[0] == Char('\\') && path[1] == Char('\\');
 }
 
-// Searches from the start each time. What takes more steps than could ever be needed never ends: then
-// nothing is done.
+// Searches from the start each time. What takes more steps than could ever be needed never ends:
+// then nothing is done.
 template <class Char>
 Text<Char> squeezed_step_by_step(const Text<Char>& path, const Text<Char>& sep) {
     Text<Char> work = path;
@@ -1838,8 +1838,8 @@ TEST(ConversionSteps, HaveNoDataAndServeGenericCode) {
     EXPECT_EQ(names, (std::vector<std::string>{"a", "b"}));
 }
 
-// Names as long as agents support. A function that took time in proportion to the square of the length
-// would be noticed.
+// Names as long as agents support. A function that took time in proportion to the square of the
+// length would be noticed.
 
 namespace {
 

@@ -72,8 +72,8 @@ int sign(int value) { return (value > 0) - (value < 0); }
 
 std::wstring widened(const std::string& text) { return {text.begin(), text.end()}; }
 
-// Knows no letters, no digits and no punctuation; the upper case of '#' and of byte 0xe9 is '@', every
-// other character is its own.
+// Knows no letters, no digits and no punctuation; the upper case of '#' and of byte 0xe9 is '@',
+// every other character is its own.
 class StrangeCtype : public std::ctype<char> {
 public:
     StrangeCtype() : std::ctype<char>(nothing()) {}
@@ -160,7 +160,8 @@ std::string model_crop_both(const std::string& text, const std::string& set) {
     return model_crop_right(model_crop_left(text, set), set);
 }
 
-// Crop and trim against a model: every text of up to 5 of three characters with every set of up to 3.
+// Crop and trim against a model: every text of up to 5 of three characters with every set of up to
+// 3.
 void expect_like_model(Crop crop, Trim trim,
                        std::string (*model)(std::string text, const std::string& set)) {
     const std::string alphabet("a \0", 3);
@@ -1803,8 +1804,8 @@ TEST(Fields, AreMadeByFunctionsOfTheseTypes) {
 
 namespace {
 
-// What a format gives through the form for argument lists, used twice, and the list's first argument
-// when it is read afterwards.
+// What a format gives through the form for argument lists, used twice, and the list's first
+// argument when it is read afterwards.
 struct ListRun {
     int count = 0;
     std::string text;
@@ -2062,7 +2063,8 @@ TEST(FormatString, TakesANullFormatForTheEmptyText) {
 
 namespace {
 
-// One replacement after the other over the whole text, each search going on behind what it replaced.
+// One replacement after the other over the whole text, each search going on behind what it
+// replaced.
 void model_replace_all(std::string& text, const std::string& from, const std::string& to,
                        std::size_t step) {
     for (std::size_t position = 0; (position = text.find(from, position)) != std::string::npos;

@@ -1,6 +1,6 @@
 /// @file
-/// Preloaded into the program under test: makes system calls fail on demand and logs what a crash would
-/// be about. Environment variables say what to do:
+/// Preloaded into the program under test: makes system calls fail on demand and logs what a crash
+/// would be about. Environment variables say what to do:
 ///
 ///     FAULTS_VANISH=NAME        opening NAME in a directory fails: it is not there any more
 ///     FAULTS_STOP=NAME          the program stops (SIGSTOP) before it opens NAME in a directory

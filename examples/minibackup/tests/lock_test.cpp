@@ -1,5 +1,6 @@
 /// @file
-/// Tests of the lock of a store, with real processes and semaphores: one save at a time, however it ends.
+/// Tests of the lock of a store, with real processes and semaphores: one save at a time, however it
+/// ends.
 
 #include "../../../SharedLibraries/nuriccl/tests/support/process.hpp"
 #include "../../../SharedLibraries/nuriccl/tests/support/semaphores.hpp"

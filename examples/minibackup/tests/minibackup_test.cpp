@@ -315,7 +315,8 @@ TEST_F(MinibackupTest, FileThatCannotBeReadToItsEndLeavesNoTraceInTheRun) {
     }
 }
 
-// The manifest is written in chunks: a file is taken back even when a part of it is written already.
+// The manifest is written in chunks: a file is taken back even when a part of it is written
+// already.
 TEST_F(MinibackupTest, FileThatCannotBeReadIsTakenBackFromAManifestInTheWorks) {
     constexpr std::size_t CHUNK = 0x10000;
     fs::create_directory(at("s/last"));
@@ -900,7 +901,8 @@ TEST_F(EvilManifest, NamesThatAreNoComponentAreRefused) {
     expect_outside_untouched();
 }
 
-// Each byte has one form, as itself, in quotes or in Base64, and a name may hold all but two of them.
+// Each byte has one form, as itself, in quotes or in Base64, and a name may hold all but two of
+// them.
 TEST_F(EvilManifest, NamesAreTakenInTheirEncodedFormOnly) {
     enum { PLAIN, QUOTED, BASE64, FORMS };
     const auto form_of = [](int byte) {

@@ -1,6 +1,6 @@
 /// @file
-/// Tests of names that other programs choke on: they survive byte for byte, and what the program prints of
-/// them keeps to one line and does not steer a terminal.
+/// Tests of names that other programs choke on: they survive byte for byte, and what the program
+/// prints of them keeps to one line and does not steer a terminal.
 
 #include "support.hpp"
 

@@ -1,8 +1,9 @@
 /// @file
-/// Tests of when schedules are due: the calendar and the clock by themselves, for fixed times and zones, and
-/// the command around them.
+/// Tests of when schedules are due: the calendar and the clock by themselves, for fixed times and
+/// zones, and the command around them.
 ///
-/// Zones are told by their rules, so that the tests need no time zone database but where they say so.
+/// Zones are told by their rules, so that the tests need no time zone database but where they say
+/// so.
 
 #include "../due.hpp"
 #include "support.hpp"

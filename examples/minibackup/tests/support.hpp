@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What the tests of minibackup need: a directory of their own, the program run in it, and pictures of
-/// trees to compare.
+/// What the tests of minibackup need: a directory of their own, the program run in it, and pictures
+/// of trees to compare.
 
 #include <algorithm>
 #include <cerrno>
@@ -157,8 +157,8 @@ inline Picture picture_of(const std::string& root) {
     return picture;
 }
 
-/// Everything happens in a directory that is removed at the end, below it the source "s", the store "b"
-/// and the destination "d".
+/// Everything happens in a directory that is removed at the end, below it the source "s", the store
+/// "b" and the destination "d".
 class MinibackupTest : public ::testing::Test {
 protected:
     MinibackupTest() {

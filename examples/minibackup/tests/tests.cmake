@@ -9,6 +9,7 @@ set_target_properties(minibackup_faults PROPERTIES
 target_link_libraries(minibackup_faults PRIVATE ${CMAKE_DL_LIBS})
 
 nuriccl_add_test(minibackup_test ${minibackup_tests}/minibackup_test.cpp nuriccl)
+nuriccl_compile_test_quickly(minibackup_test)
 target_sources(minibackup_test PRIVATE
     ${minibackup_tests}/lock_test.cpp
     ${minibackup_tests}/names_test.cpp

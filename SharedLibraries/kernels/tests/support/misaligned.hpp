@@ -1,10 +1,11 @@
 #pragma once
 
 /// @file
-/// Calls of functions by a caller whose stack is aligned to 4 bytes only, as old 32-bit programs have it.
+/// Calls of functions by a caller whose stack is aligned to 4 bytes only, as old 32-bit programs
+/// have it.
 ///
-/// The functions are called right by the code in assembler below: a function that a compiler makes may
-/// align the stack on its own account.
+/// The functions are called right by the code in assembler below: a function that a compiler makes
+/// may align the stack on its own account.
 
 #include <array>
 #include <cstddef>
@@ -18,8 +19,8 @@
 #error "the other architectures have no such callers"
 #endif
 
-// Copies `count` words to the end of the stack, `lowered` bytes below the place where the convention has
-// them, and calls the function.
+// Copies `count` words to the end of the stack, `lowered` bytes below the place where the
+// convention has them, and calls the function.
 extern "C" std::uint64_t nuriccl_test_call_misaligned(std::size_t lowered, const void* function,
                                                       const std::uint32_t* words,
                                                       std::size_t count);
@@ -93,8 +94,8 @@ struct Same {
     using type = T;
 };
 
-// What a compiler makes of a call. An object of a class comes back in a place whose address is passed in
-// front of all else, and everything else in registers.
+// What a compiler makes of a call. An object of a class comes back in a place whose address is
+// passed in front of all else, and everything else in registers.
 template <class Result, class... Parameters>
 Result call_address(std::size_t lowered, const void* function,
                     typename Same<Parameters>::type... arguments) {

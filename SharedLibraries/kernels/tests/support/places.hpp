@@ -1,11 +1,11 @@
 #pragma once
 
 /// @file
-/// Runs a kernel wherever its text can lie: at every alignment, and with memory that nobody may touch
-/// right in front of and right behind it.
+/// Runs a kernel wherever its text can lie: at every alignment, and with memory that nobody may
+/// touch right in front of and right behind it.
 ///
-/// Vector code goes wrong at its ends: it reads or writes a register too far, or relies on an alignment
-/// that most texts happen to have.
+/// Vector code goes wrong at its ends: it reads or writes a register too far, or relies on an
+/// alignment that most texts happen to have.
 
 #include <algorithm>
 #include <cstddef>
@@ -144,8 +144,8 @@ inline Stage& stage() {
     return stage;
 }
 
-/// Holds `kernel(input, place)` against the texts with memory out of reach in front of or behind both.
-/// It tells whether its result is right, whatever it has to do with the place.
+/// Holds `kernel(input, place)` against the texts with memory out of reach in front of or behind
+/// both. It tells whether its result is right, whatever it has to do with the place.
 template <class In, class Out, class Kernel>
 testing::AssertionResult holds_at_borders(const Texts<In, Out>& texts, Kernel kernel) {
     const std::size_t input_size = texts.input.size() * sizeof(In);

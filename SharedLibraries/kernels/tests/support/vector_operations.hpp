@@ -45,7 +45,8 @@ enum class Operation {
 inline constexpr Operation LAST_WITH_SSE2 = Operation::MULTIPLY_HIGH;
 inline constexpr Operation LAST = Operation::MULTIPLY_ADD_BYTES;
 
-/// Reads as many bytes of `a` and of `b` as a register has, and writes what the operation makes of them.
+/// Reads as many bytes of `a` and of `b` as a register has, and writes what the operation makes of
+/// them.
 /// @return the size of a register
 using Apply = std::size_t(Operation operation, const unsigned char* a, const unsigned char* b,
                           unsigned char* result) noexcept;

@@ -1,8 +1,9 @@
 #pragma once
 
 /// @file
-/// The grammar of schedules in another way than the library's: texts are cut at their separators, the
-/// pieces are looked up, and a value belongs to an item when the arithmetic says so. Slow and plain.
+/// The grammar of schedules in another way than the library's: texts are cut at their separators,
+/// the pieces are looked up, and a value belongs to an item when the arithmetic says so. Slow and
+/// plain.
 ///
 /// Thread safety: every function is re-entrant.
 

@@ -12,7 +12,7 @@
 /// | after false | the output |
 /// |---|---|
 /// | of a vector form | may be empty or filled in part |
-/// | of a string form | is as it was; only a codec that fails while it writes leaves its part there |
+/// | of a string form | is as it was; only a codec that fails in writing leaves its part |
 ///
 /// The output may be the input: a string is encoded in place and both are decoded in place, but the
 /// vector form of `encode` clears its output first and so encodes nothing.

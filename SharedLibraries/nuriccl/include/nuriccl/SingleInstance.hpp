@@ -4,9 +4,9 @@
 /// A lock between processes that the kernel gives back when its holder dies: System V semaphores
 /// (POSIX XSI), named by a file.
 ///
-/// Use it to keep a second copy of a program from working on the same thing. The file that names the
-/// lock must exist and stay; nothing is written to it. It is not for threads, and not for locks that
-/// are held for fractions of a second: waiting goes by whole seconds in places.
+/// Use it to keep a second copy of a program from working on the same thing. The file that names
+/// the lock must exist and stay; nothing is written to it. It is not for threads, and not for locks
+/// that are held for fractions of a second: waiting goes by whole seconds in places.
 ///
 ///     A: checkForSingleInstance --> 0, holds --- ReleaseMutex, or the end of A ----.
 ///     B:    checkForSingleInstance --> waits ......................................v 0, holds
@@ -15,18 +15,20 @@
 /// and competes for a set of its own. What this leaves open:
 ///
 /// - A process may lose its set to another one between making it and acquiring it, and then both
-///   hold a lock: when it is stopped there for more than a second, or when the other one slept because
-///   of an earlier set and wakes at that very moment. `isSingleInstanceAvailable`, asked after the
-///   call, tells nearly always.
-/// - A process that is killed between making its set and setting it free leaves a set that nobody can
-///   acquire, and every call waits until somebody removes it (`ipcrm`).
-/// - A set that is removed while another process sleeps before it looks at it again makes the call of
-///   that process return `ENOENT`. Call again.
+///   hold a lock: when it is stopped there for more than a second, or when the other one slept
+///   because of an earlier set and wakes at that very moment. `isSingleInstanceAvailable`, asked
+///   after the call, tells nearly always.
+/// - A process that is killed between making its set and setting it free leaves a set that nobody
+///   can acquire, and every call waits until somebody removes it (`ipcrm`).
+/// - A set that is removed while another process sleeps before it looks at it again makes the call
+///   of that process return `ENOENT`. Call again.
 /// - A set that the process may not operate on (another user's with narrower rights) keeps it
 ///   waiting, one second a round.
-/// - One path in four thousand millions has the key -1, for which the call returns 0 and holds nothing.
+/// - One path in four thousand millions has the key -1, for which the call returns 0 and holds
+///   nothing.
 ///
-/// Two spellings of a path are two locks, and so is the path after its file was replaced by another.
+/// Two spellings of a path are two locks, and so is the path after its file was replaced by
+/// another.
 ///
 /// Thread safety: thread-compatible.
 ///
@@ -67,8 +69,8 @@ public:
     /// Releases what this object holds and acquires the lock of `path`, waiting for as long as it
     /// takes.
     ///
-    /// @return 0 when the lock is held; otherwise nothing is held, and it is an `errno` value: that of
-    ///         `stat` for the path, that of `semget`, or `EINTR` when a signal ended the waiting
+    /// @return 0 when the lock is held; otherwise nothing is held, and it is an `errno` value: that
+    ///         of `stat` for the path, that of `semget`, or `EINTR` when a signal ended the waiting
     int checkForSingleInstance(const char* path) noexcept;
 
     /// Whether the lock that this object holds is still taken; true when it holds none. It tells

@@ -124,8 +124,8 @@ NURICCL_API char* strlcpy(char* dst, const char* src, unsigned int size);
 ///
 /// | function | separators | quotes | empty fields | output |
 /// |---|---|---|---|---|
-/// | `unixshellstring_get_word` | white space, and '=' as a word | both kinds, and \ escapes | end the reading | cleared |
-/// | `unixshellstring_get_keyed_values` | the same | the same | end the reading | added to |
+/// | `unixshellstring_get_word` | white space, '=' | both, and \ escapes | end reading | cleared |
+/// | `unixshellstring_get_keyed_values` | the same | the same | end reading | added to |
 /// | `tokenize` | runs of any of a set | none | dropped | cleared |
 /// | `tokenizeQuoted` | one character, and blanks | '"' around tokens | kept if quoted | added to |
 /// | `tokenizeQuotedString` | ',' | a pair of '"' is dropped | dropped | cleared |

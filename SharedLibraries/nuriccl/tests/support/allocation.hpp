@@ -148,8 +148,8 @@ public:
     /// Number of blocks allocated and not freed; negative when older blocks were freed.
     std::ptrdiff_t live() const { return detail::journal.live; }
 
-    /// Number of remembered blocks that were made by `new` and freed by `delete[]`, or the other way
-    /// round.
+    /// Number of remembered blocks that were made by `new` and freed by `delete[]`, or the other
+    /// way round.
     std::size_t mismatches() const { return detail::journal.mismatches; }
 
     /// @name The allocation with this number, counted from 0; the first 64 are remembered

@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// The C library's upper case and character classes of a locale that no system has to have installed.
+/// The C library's upper case and character classes of a locale that no system has to have
+/// installed.
 ///
 /// Include it in the one source file of a test program: the libraries in the process use it, too.
 ///

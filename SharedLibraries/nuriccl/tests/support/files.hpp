@@ -97,7 +97,8 @@ struct Entry {
     bool is_directory;
 };
 
-/// Makes one entry of each kind that a normal user can make, and names that have nothing under them.
+/// Makes one entry of each kind that a normal user can make, and names that have nothing under
+/// them.
 inline std::vector<Entry> make_every_kind(const Directory& base) {
     constexpr off_t GIB = 1 << 30;
     constexpr time_t YEAR_2100 = 4102444800;

@@ -3,10 +3,10 @@
 /// @file
 /// An lstat that counts its calls and reports, on demand, what no file system at hand has.
 ///
-/// Include it in the one source file of a test program: the libraries in the process use it, too. The
-/// headers of the C library give `lstat` the symbol that suits the widths of off_t, ino_t and time_t,
-/// which are 64 bits here. A library that was built for another width asks another function, and is
-/// not counted.
+/// Include it in the one source file of a test program: the libraries in the process use it, too.
+/// The headers of the C library give `lstat` the symbol that suits the widths of off_t, ino_t and
+/// time_t, which are 64 bits here. A library that was built for another width asks another
+/// function, and is not counted.
 ///
 /// Thread safety: one thread at a time.
 

@@ -45,8 +45,8 @@ bool eventually(Predicate predicate) {
     return true;
 }
 
-/// Sends this process, once its patience is at an end, SIGALRM over and over, so that no call of the
-/// system keeps it waiting for good. Children do not get it.
+/// Sends this process, once its patience is at an end, SIGALRM over and over, so that no call of
+/// the system keeps it waiting for good. Children do not get it.
 class Alarm {
 public:
     /// `handler` is called by each signal, and may do what signal handlers may.
@@ -137,8 +137,8 @@ public:
 
     void signal(int number) const { files::checked(::kill(pid_, number), "kill"); }
 
-    /// Waits for the end: the exit status, or the number of the deadly signal below 0. None when the
-    /// child does not end.
+    /// Waits for the end: the exit status, or the number of the deadly signal below 0. None when
+    /// the child does not end.
     std::optional<int> end() {
         int status = 0;
         if (!eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; })) {

@@ -1,10 +1,11 @@
 #pragma once
 
 /// @file
-/// System V semaphore sets as anybody can see them, and what a library asks of the system about them.
+/// System V semaphore sets as anybody can see them, and what a library asks of the system about
+/// them.
 ///
-/// Include it in the one source file of a test program: it puts functions in front of the C library's
-/// semget, semop, semctl and sleep. They pass on, and a Watch sees them.
+/// Include it in the one source file of a test program: it puts functions in front of the C
+/// library's semget, semop, semctl and sleep. They pass on, and a Watch sees them.
 ///
 /// Thread safety: one thread at a time.
 
@@ -35,8 +36,8 @@ union Argument { // of semctl
     unsigned short* values;
 };
 
-/// Set by a test whose patience is at an end: semget fails with ETIME for the library, so that it does
-/// not go round for good.
+/// Set by a test whose patience is at an end: semget fails with ETIME for the library, so that it
+/// does not go round for good.
 inline volatile std::sig_atomic_t refused = 0;
 
 /// The functions of the C library.
@@ -133,8 +134,8 @@ inline void set_rights(int set, unsigned short rights) {
 /// The record names the calls of a lock on semaphore 0 of a set; whatever differs from them in any
 /// argument is written out:
 ///
-///     create A      semget(key, 1, IPC_CREAT | IPC_EXCL | 0666) made a set. The sets are called A, B
-///                   and so on as they turn up.
+///     create A      semget(key, 1, IPC_CREAT | IPC_EXCL | 0666) made a set. The sets are called
+///                   A, B and so on as they turn up.
 ///     open A        semget(key, 1, 0)
 ///     free A        semctl(A, 0, SETALL, {1})
 ///     take A        semop(A, -1 with SEM_UNDO)

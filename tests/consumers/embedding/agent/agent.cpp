@@ -1,6 +1,6 @@
 // Services that can be told from any others: records are kept in memory, the digest of a text is 20
-// times its length, Base64 doubles each character, messages tell how the agent feels, and a schedule is an
-// hour in letters.
+// times its length, Base64 doubles each character, messages tell how the agent feels, and a
+// schedule is an hour in letters.
 
 #include "agent.hpp"
 
