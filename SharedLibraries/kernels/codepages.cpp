@@ -1,7 +1,9 @@
 #include "codepages.hpp"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <emmintrin.h>
 
 namespace kernels {
@@ -10,90 +12,93 @@ namespace {
 
 static_assert(sizeof(wchar_t) == 4, "wide text is UTF-32");
 
-constexpr std::ptrdiff_t STEP = 16;
-constexpr std::ptrdiff_t HALF_STEP = 8;
-
 std::uint32_t value_of(char c) { return static_cast<unsigned char>(c); }
 
 std::uint32_t value_of(wchar_t c) { return static_cast<std::uint32_t>(c); }
 
-// ASCII, 16 characters at a time as long as there are so many and room for them, and then perhaps 8. They
-// may be written beyond the place that is returned.
+// ASCII. Both functions convert COUNT characters, which are 16, 8 or 4.
+// @return a bit for each of them, the first one lowest: set for what is not ASCII, which becomes anything
 
-Progress<char, wchar_t> decode_run(const char* from, const char* end, wchar_t* to,
-                                   wchar_t* to_end) {
-    while (end - from >= STEP && to_end - to >= STEP) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i low = _mm_unpacklo_epi8(bytes, zero);
-        const __m128i high = _mm_unpackhi_epi8(bytes, zero);
-        auto* const place = reinterpret_cast<__m128i*>(to);
-        _mm_storeu_si128(place, _mm_unpacklo_epi16(low, zero));
+template <int COUNT>
+unsigned int convert_ascii(const char* from, wchar_t* to) {
+    const __m128i bytes = COUNT == 16  ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(from))
+                          : COUNT == 8 ? _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))
+                                       : _mm_loadu_si32(from);
+    const __m128i zero = _mm_setzero_si128();
+    auto* const place = reinterpret_cast<__m128i*>(to);
+    const __m128i low = _mm_unpacklo_epi8(bytes, zero);
+    _mm_storeu_si128(place, _mm_unpacklo_epi16(low, zero));
+    if constexpr (COUNT >= 8) {
         _mm_storeu_si128(place + 1, _mm_unpackhi_epi16(low, zero));
+    }
+    if constexpr (COUNT == 16) {
+        const __m128i high = _mm_unpackhi_epi8(bytes, zero);
         _mm_storeu_si128(place + 2, _mm_unpacklo_epi16(high, zero));
         _mm_storeu_si128(place + 3, _mm_unpackhi_epi16(high, zero));
-        const int others = _mm_movemask_epi8(bytes);
-        if (others != 0) {
-            const int count = __builtin_ctz(static_cast<unsigned int>(others));
-            return {from + count, to + count};
-        }
-        from += STEP;
-        to += STEP;
     }
-    if (end - from >= HALF_STEP && to_end - to >= HALF_STEP) {
-        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i low = _mm_unpacklo_epi8(bytes, zero);
-        auto* const place = reinterpret_cast<__m128i*>(to);
-        _mm_storeu_si128(place, _mm_unpacklo_epi16(low, zero));
-        _mm_storeu_si128(place + 1, _mm_unpackhi_epi16(low, zero));
-        const int others = _mm_movemask_epi8(bytes);
-        const auto count =
-            others != 0 ? __builtin_ctz(static_cast<unsigned int>(others)) : HALF_STEP;
-        from += count;
-        to += count;
-    }
-    return {from, to};
+    return static_cast<unsigned int>(_mm_movemask_epi8(bytes));
 }
 
-Progress<wchar_t, char> encode_run(const wchar_t* from, const wchar_t* end, char* to,
-                                   char* to_end) {
-    while (end - from >= STEP && to_end - to >= STEP) {
-        const auto* const place = reinterpret_cast<const __m128i*>(from);
-        const __m128i a = _mm_loadu_si128(place);
-        const __m128i b = _mm_loadu_si128(place + 1);
-        const __m128i c = _mm_loadu_si128(place + 2);
-        const __m128i d = _mm_loadu_si128(place + 3);
-        // Saturation makes bytes beyond ASCII of what is positive, and 0 of what is not.
-        const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+template <int COUNT>
+unsigned int convert_ascii(const wchar_t* from, char* to) {
+    const auto load = [from](int i) {
+        return i < COUNT ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i))
+                         : _mm_setzero_si128();
+    };
+    const __m128i low = _mm_packs_epi32(load(0), load(4));
+    const __m128i high = _mm_packs_epi32(load(8), load(12));
+    // Saturation makes bytes beyond ASCII of what is larger, and 0 of what is negative.
+    const __m128i bytes = _mm_packus_epi16(low, high);
+    if constexpr (COUNT == 16) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
-        const __m128i all = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi32(_mm_and_si128(all, _mm_set1_epi32(~0x7f)),
-                                              _mm_setzero_si128())) != 0xffff) {
-            int count = 0;
-            while (value_of(from[count]) < 0x80) {
-                ++count;
-            }
-            return {from + count, to + count};
-        }
-        from += STEP;
-        to += STEP;
+    } else if constexpr (COUNT == 8) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(to), bytes);
+    } else {
+        _mm_storeu_si32(to, bytes);
     }
-    return {from, to};
+    const __m128i signs = _mm_or_si128(bytes, _mm_packs_epi16(low, high));
+    return static_cast<unsigned int>(_mm_movemask_epi8(signs));
 }
 
-// Calls `convert` for one character after the other as long as it finds one that it covers, and the
-// vector loop of ASCII where a run of it begins.
-template <class From, class To, class Run, class Convert>
-Progress<From, To> convert_all(Progress<From, To> at, const From* end, To* to_end, Run run,
+// Converts ASCII as far as it goes, COUNT characters at a time. The last step takes some once more that are
+// done; when there are too few for one step, smaller ones do it.
+template <int COUNT = 16, class From, class To>
+[[gnu::always_inline]] inline Progress<From, To> convert_run(Progress<From, To> at, const From* end,
+                                                             const To* to_end) {
+    std::ptrdiff_t left = std::min(end - at.from, to_end - at.to);
+    if (left < COUNT) {
+        if constexpr (COUNT > 4) {
+            return convert_run<COUNT / 2>(at, end, to_end);
+        } else {
+            for (; left != 0 && value_of(*at.from) < 0x80; --left) {
+                *at.to++ = static_cast<To>(*at.from++);
+            }
+            return at;
+        }
+    }
+    while (left > 0) {
+        const std::ptrdiff_t back = left < COUNT ? COUNT - left : 0;
+        at.from -= back;
+        at.to -= back;
+        const unsigned int others = convert_ascii<COUNT>(at.from, at.to);
+        const int count = others != 0 ? __builtin_ctz(others) : COUNT;
+        at.from += count;
+        at.to += count;
+        if (others != 0) {
+            break;
+        }
+        left -= COUNT;
+    }
+    return at;
+}
+
+// Calls `convert` for one character after the other as long as it finds one that it covers.
+template <class From, class To, class Convert>
+Progress<From, To> convert_all(Progress<From, To> at, const From* end, To* to_end,
                                Convert convert) {
     while (at.from != end && at.to != to_end) {
         if (value_of(*at.from) < 0x80) {
-            const Progress<From, To> before = at;
-            at = run(at.from, end, at.to, to_end);
-            if (at.from == before.from) { // near an end, or in front of something else
-                *at.to++ = static_cast<To>(*at.from++);
-            }
+            at = convert_run(at, end, to_end);
         } else if (!convert(at)) {
             break;
         }
@@ -148,28 +153,25 @@ bool decode_sequence(Progress<char, wchar_t>& at, const char* end) {
 
 bool encode_sequence(Progress<wchar_t, char>& at, const char* to_end) {
     const std::uint32_t value = value_of(*at.from);
-    const std::ptrdiff_t room = to_end - at.to;
-    const auto put = [&at](std::uint32_t byte) { *at.to++ = static_cast<char>(byte); };
-    if (value < 0x800) {
-        if (room < 2) {
-            return false;
-        }
-        put(0xc0 | value >> 6);
-    } else if (value < 0x10000) {
-        if (room < 3 || (value & 0xfffff800) == 0xd800) {
-            return false;
-        }
-        put(0xe0 | value >> 12);
-        put(0x80 | (value >> 6 & 0x3f));
-    } else {
-        if (room < 4 || value > 0x10ffff) {
-            return false;
-        }
-        put(0xf0 | value >> 18);
-        put(0x80 | (value >> 12 & 0x3f));
-        put(0x80 | (value >> 6 & 0x3f));
+    if ((value & 0xfffff800) == 0xd800 || value > 0x10ffff) {
+        return false;
     }
-    put(0x80 | (value & 0x3f));
+    // All four bytes that there can be, the first one lowest. Those in front of the lead are dropped.
+    const std::uint32_t all = 0x80808080 | value >> 18 | (value >> 12 & 0x3f) << 8 |
+                              (value >> 6 & 0x3f) << 16 | (value & 0x3f) << 24;
+    const int length = value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;
+    const std::uint32_t bytes = all >> 8 * (4 - length) | (0xf00 >> length & 0xff);
+    const std::ptrdiff_t room = to_end - at.to;
+    if (room >= 4) {
+        std::memcpy(at.to, &bytes, 4);
+    } else if (room >= length) {
+        for (int i = 0; i < length; ++i) {
+            at.to[i] = static_cast<char>(bytes >> 8 * i);
+        }
+    } else {
+        return false;
+    }
+    at.to += length;
     ++at.from;
     return true;
 }
@@ -216,37 +218,35 @@ bool encode_byte(Progress<wchar_t, char>& at) {
 
 Progress<char, wchar_t> decode_ascii(const char* from, const char* end, wchar_t* to,
                                      wchar_t* to_end) noexcept {
-    return convert_all(Progress<char, wchar_t>{from, to}, end, to_end, decode_run,
-                       [](const auto&) { return false; });
+    return convert_run(Progress<char, wchar_t>{from, to}, end, to_end);
 }
 
 Progress<wchar_t, char> encode_ascii(const wchar_t* from, const wchar_t* end, char* to,
                                      char* to_end) noexcept {
-    return convert_all(Progress<wchar_t, char>{from, to}, end, to_end, encode_run,
-                       [](const auto&) { return false; });
+    return convert_run(Progress<wchar_t, char>{from, to}, end, to_end);
 }
 
 Progress<char, wchar_t> decode_utf8(const char* from, const char* end, wchar_t* to,
                                     wchar_t* to_end) noexcept {
-    return convert_all(Progress<char, wchar_t>{from, to}, end, to_end, decode_run,
+    return convert_all(Progress<char, wchar_t>{from, to}, end, to_end,
                        [end](auto& at) { return decode_sequence(at, end); });
 }
 
 Progress<wchar_t, char> encode_utf8(const wchar_t* from, const wchar_t* end, char* to,
                                     char* to_end) noexcept {
-    return convert_all(Progress<wchar_t, char>{from, to}, end, to_end, encode_run,
+    return convert_all(Progress<wchar_t, char>{from, to}, end, to_end,
                        [to_end](auto& at) { return encode_sequence(at, to_end); });
 }
 
 Progress<char, wchar_t> decode_windows_1252(const char* from, const char* end, wchar_t* to,
                                             wchar_t* to_end) noexcept {
-    return convert_all(Progress<char, wchar_t>{from, to}, end, to_end, decode_run,
+    return convert_all(Progress<char, wchar_t>{from, to}, end, to_end,
                        [](auto& at) { return decode_byte(at); });
 }
 
 Progress<wchar_t, char> encode_windows_1252(const wchar_t* from, const wchar_t* end, char* to,
                                             char* to_end) noexcept {
-    return convert_all(Progress<wchar_t, char>{from, to}, end, to_end, encode_run,
+    return convert_all(Progress<wchar_t, char>{from, to}, end, to_end,
                        [](auto& at) { return encode_byte(at); });
 }
 

@@ -417,12 +417,12 @@ protected:
         return {CodePage(GetParam().code_page), custom};
     }
 
-    void decodes_like_iconv(const std::string& text) {
+    void decodes_like_iconv(const std::string& text, const std::wstring& before = L"before") {
         for (const bool ignores_bad : {false, true}) {
             std::wstring expected;
             const bool is_clean = decode_.convert_all(text, ignores_bad ? L"" : nullptr, expected);
             for (const CodePage& code_page : descriptions()) {
-                std::wstring out = L"before";
+                std::wstring out = before;
                 ASSERT_EQ(nuriccl::Encoding::toWideChar(text.data(),
                                                         static_cast<unsigned int>(text.size()), out,
                                                         code_page, ignores_bad),
@@ -434,13 +434,13 @@ protected:
         }
     }
 
-    void encodes_like_iconv(const std::wstring& text) {
+    void encodes_like_iconv(const std::wstring& text, const std::string& before = "before") {
         for (const char* const replacement :
              {static_cast<const char*>(nullptr), "", "?", "<\xff>"}) {
             std::string expected;
             const bool is_clean = encode_.convert_all(text, replacement, expected);
             for (const CodePage& code_page : descriptions()) {
-                std::string out = "before";
+                std::string out = before;
                 ASSERT_EQ(nuriccl::Encoding::toMultibyte(text.data(),
                                                          static_cast<unsigned int>(text.size()),
                                                          out, code_page, replacement),
@@ -648,6 +648,43 @@ TEST_P(ShortcutsTest, ChangeNothingForMixturesOfGoodAndBad) {
         }
         decodes_like_iconv(bytes);
         encodes_like_iconv(text);
+    }
+}
+
+// A short text is converted in the room that the output has, if that is enough.
+TEST_P(ShortcutsTest, ChangeNothingWhateverRoomThereIs) {
+    for (const std::size_t length : {1, 2, 7, 20, 33}) {
+        for (std::size_t i = 0; i < std::max(BYTES.size(), WIDE_VALUES.size()); ++i) {
+            const std::string ascii(length / 2, 'a');
+            std::string bytes = ascii;
+            std::wstring text(ascii.begin(), ascii.end());
+            while (text.size() < length) {
+                bytes += BYTES[i % BYTES.size()];
+                text += wide(WIDE_VALUES[i % WIDE_VALUES.size()]);
+            }
+            for (std::size_t room = 0; room <= 4 * length + 4 && !HasFatalFailure(); ++room) {
+                decodes_like_iconv(bytes, std::wstring(room, L'#'));
+                encodes_like_iconv(text, std::string(room, '#'));
+            }
+        }
+    }
+}
+
+TEST_P(ShortcutsTest, ChangeNothingForRoomThatHoldsNothing) {
+    const CodePage page(GetParam().code_page);
+    for (unsigned int length = 1; length <= 40; ++length) {
+        const std::string bytes(length, 'a');
+        const std::wstring text(length, L'a');
+        for (std::size_t room = 0; room <= 2 * length; ++room) {
+            std::wstring decoded;
+            std::string encoded;
+            decoded.reserve(room);
+            encoded.reserve(room);
+            ASSERT_TRUE(nuriccl::Encoding::toWideChar(bytes.data(), length, decoded, page));
+            ASSERT_TRUE(decoded == text) << length << ", room " << room;
+            ASSERT_TRUE(nuriccl::Encoding::toMultibyte(text.data(), length, encoded, page));
+            ASSERT_EQ(encoded, bytes) << "room " << room;
+        }
     }
 }
 

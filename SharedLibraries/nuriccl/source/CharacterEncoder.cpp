@@ -231,7 +231,10 @@ std::string CharacterEncoder::decode(const std::string& text) const {
         } else { // the second digit may be the NUL behind the text
             const int byte = 16 * believed_digit(from[1]) + believed_digit(from[2]);
             *to++ = static_cast<char>(byte & 0xff);
-            from += std::min<std::ptrdiff_t>(ESCAPED, end - from);
+            if (static_cast<std::size_t>(end - from) < ESCAPED) { // foreseen, unlike a minimum
+                break;
+            }
+            from += ESCAPED;
         }
     }
     decoded.resize(static_cast<std::size_t>(to - decoded.data()));

@@ -57,6 +57,15 @@ std::string iconv_name(CodePages_e codePage) {
     return locale_name(LC_CTYPE);
 }
 
+[[gnu::always_inline]] inline bool is_default(const CodePage& cp) {
+    if (cp.m_codePage == CP_DEFAULT || cp.m_codePage == CP_LOCALE) {
+        return true;
+    }
+    const char* const name = cp.m_name.c_str();
+    const char* const locale = locale_name(LC_CTYPE);
+    return *name == *locale && std::strcmp(name, locale) == 0; // mostly told by the first character
+}
+
 } // namespace
 
 CodePage::CodePage(CodePages_e codePage) { init(codePage); }
@@ -89,14 +98,7 @@ void CodePage::init(unsigned int number, const char* name) {
     m_number = number;
 }
 
-bool CodePage::isDefault() const noexcept {
-    if (m_codePage == CP_DEFAULT || m_codePage == CP_LOCALE) {
-        return true;
-    }
-    const char* const name = m_name.c_str();
-    const char* const locale = locale_name(LC_CTYPE);
-    return *name == *locale && std::strcmp(name, locale) == 0; // mostly told by the first character
-}
+bool CodePage::isDefault() const noexcept { return is_default(*this); }
 
 bool CodePage::operator==(const CodePage& other) const noexcept {
     if (this == &other) {
@@ -238,20 +240,66 @@ struct Shortcut {
     kernels::Encode* encode;
 };
 
-constexpr Shortcut SHORTCUTS[] = {
-    {"UTF-8", kernels::decode_utf8, kernels::encode_utf8},
-    {"WINDOWS-1252", kernels::decode_windows_1252, kernels::encode_windows_1252},
-    {"MS-ANSI", kernels::decode_windows_1252, kernels::encode_windows_1252},
-    {"US-ASCII", kernels::decode_ascii, kernels::encode_ascii},
-};
+constexpr Shortcut UTF8{"UTF-8", kernels::decode_utf8, kernels::encode_utf8};
+constexpr Shortcut WINDOWS{"WINDOWS-1252", kernels::decode_windows_1252,
+                           kernels::encode_windows_1252};
+constexpr Shortcut ANSI{"MS-ANSI", kernels::decode_windows_1252, kernels::encode_windows_1252};
+constexpr Shortcut ASCII{"US-ASCII", kernels::decode_ascii, kernels::encode_ascii};
 
-const Shortcut* find_shortcut(std::string_view name) {
-    for (const Shortcut& shortcut : SHORTCUTS) {
-        if (name == shortcut.name) {
-            return &shortcut;
-        }
+// None for the default code pages. The names are compared without a call, as the length of each is known.
+[[gnu::always_inline]] inline const Shortcut* find_shortcut(const CodePage& cp) {
+    const std::string_view name = cp.m_name;
+    const Shortcut* const found = name == UTF8.name      ? &UTF8
+                                  : name == WINDOWS.name ? &WINDOWS
+                                  : name == ANSI.name    ? &ANSI
+                                  : name == ASCII.name   ? &ASCII
+                                                         : nullptr;
+    return found != nullptr && !is_default(cp) ? found : nullptr;
+}
+
+// Whether a text starts in the string.
+template <class Char, class Unit>
+bool holds(const std::basic_string<Char>& string, const Unit* text) {
+    const auto start = reinterpret_cast<std::uintptr_t>(string.data());
+    return reinterpret_cast<std::uintptr_t>(text) - start <= string.size() * sizeof(Char);
+}
+
+constexpr size_t SHORT = 1024; // units
+constexpr size_t LONGEST = 4;  // bytes of a character
+
+// Has a string grow to `size` as far as that takes no memory.
+// @return whether it did
+template <class Char>
+[[gnu::noinline]] bool grow_in_place(std::basic_string<Char>& string, size_t size) {
+    const size_t room = std::min(string.capacity(), size);
+    if (room <= string.size()) {
+        return false;
     }
-    return nullptr;
+    string.resize(room);
+    return true;
+}
+
+// Converts a short text right into the room that `out` has. To append what was written elsewhere would
+// take as long again for a name.
+// @return false when the room may be too small or is, or the kernel does not cover all of the text;
+//         `out` may hold anything then
+template <class From, class To, class Kernel>
+bool convert_in_place(Kernel* kernel, const From* src, size_t len, std::basic_string<To>& out) {
+    constexpr bool WIDENS = sizeof(To) > sizeof(From);
+    const size_t least = WIDENS ? len / LONGEST : len;
+    const size_t most = WIDENS ? len : len * LONGEST;
+    if (len > SHORT || (out.size() < least && out.capacity() < len) || holds(out, src)) {
+        return false;
+    }
+    const From* const end = src + len;
+    do {
+        const auto stop = kernel(src, end, out.data(), out.data() + out.size());
+        if (stop.from == end) {
+            out.erase(static_cast<size_t>(stop.to - out.data()));
+            return true;
+        }
+    } while (grow_in_place(out, most));
+    return false;
 }
 
 // Appends what the kernel covers, and moves past it. The pieces keep the output from being filled with
@@ -304,16 +352,26 @@ bool convert(const char* to, const char* from, const void* src, size_t size, siz
 
 // The conversions, for texts of any length
 
-bool to_multibyte(const wchar_t* src, size_t len, std::string& out, const CodePage& cp,
-                  const char* defaultChars) {
-    const bool by_locale = cp.isDefault();
-    const Shortcut* const shortcut = by_locale ? nullptr : find_shortcut(cp.m_name);
+template <class Unit>
+bool is_empty(const Unit* src, size_t len) {
+    return src == nullptr || len == 0 || *src == 0;
+}
+
+// Out of line: a name that is converted in place has fewer registers to save.
+
+[[gnu::noinline]] bool to_multibyte_in_pieces(const Shortcut* shortcut, const wchar_t* src,
+                                              size_t len, std::string& out, const CodePage& cp,
+                                              const char* replacement) {
+    const bool by_locale = shortcut == nullptr && cp.isDefault();
     // The name and the replacement may be in `out`.
     const std::string name = by_locale || shortcut != nullptr ? "" : cp.m_name;
-    const std::string copy = defaultChars != nullptr ? defaultChars : "";
-    const char* const replacement = defaultChars != nullptr ? copy.c_str() : nullptr;
+    std::string copy;
+    if (holds(out, replacement)) {
+        copy = replacement;
+        replacement = copy.c_str();
+    }
     out.clear();
-    if (src == nullptr || len == 0 || *src == 0) {
+    if (is_empty(src, len)) {
         return true;
     }
     if (by_locale) {
@@ -329,22 +387,38 @@ bool to_multibyte(const wchar_t* src, size_t len, std::string& out, const CodePa
                    len * sizeof(wchar_t), sizeof(wchar_t), out, replacement);
 }
 
-bool to_wide(const char* src, size_t len, std::wstring& out, const CodePage& cp,
-             bool ignoreBadChars) {
+[[gnu::noinline]] bool to_wide_in_pieces(const Shortcut* shortcut, const char* src, size_t len,
+                                         std::wstring& out, const CodePage& cp,
+                                         bool ignoreBadChars) {
     out.clear();
-    if (src == nullptr || len == 0 || *src == 0) {
+    if (is_empty(src, len)) {
         return true;
     }
-    if (cp.isDefault()) {
-        return from_locale(src, len, out, ignoreBadChars);
-    }
-    if (const Shortcut* const shortcut = find_shortcut(cp.m_name)) {
+    if (shortcut != nullptr) {
         convert_start(shortcut->decode, src, len, out);
         if (len == 0) {
             return true;
         }
+    } else if (cp.isDefault()) {
+        return from_locale(src, len, out, ignoreBadChars);
     }
     return convert(WIDE, cp.m_name.c_str(), src, len, 1, out, ignoreBadChars ? L"" : nullptr);
+}
+
+bool to_multibyte(const wchar_t* src, size_t len, std::string& out, const CodePage& cp,
+                  const char* defaultChars) {
+    const Shortcut* const shortcut = find_shortcut(cp);
+    return (shortcut != nullptr && !is_empty(src, len) && !holds(out, defaultChars) &&
+            convert_in_place(shortcut->encode, src, len, out)) ||
+           to_multibyte_in_pieces(shortcut, src, len, out, cp, defaultChars);
+}
+
+bool to_wide(const char* src, size_t len, std::wstring& out, const CodePage& cp,
+             bool ignoreBadChars) {
+    const Shortcut* const shortcut = find_shortcut(cp);
+    return (shortcut != nullptr && !is_empty(src, len) &&
+            convert_in_place(shortcut->decode, src, len, out)) ||
+           to_wide_in_pieces(shortcut, src, len, out, cp, ignoreBadChars);
 }
 
 } // namespace

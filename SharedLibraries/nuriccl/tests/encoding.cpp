@@ -1143,6 +1143,16 @@ TEST(Conversions, ReadTheNameOfTheCodePageInOutAsItWasAtTheCall) {
     EXPECT_EQ(western.m_name, "\x80");
 }
 
+// The output is cleared before anything is read.
+TEST(Conversions, TakeASourceInOutForATextThatStartsWithNul) {
+    for (const CodePage& codePage : both_ways()) {
+        std::wstring characters(50, L'a');
+        const auto* const bytes = reinterpret_cast<const char*>(characters.data());
+        EXPECT_TRUE(Encoding::toWideChar(bytes, 20, characters, codePage));
+        EXPECT_TRUE(characters.empty());
+    }
+}
+
 // Wide to multibyte by iconv
 
 TEST(ToMultibyte, KeepsNulsInsideTheText) {
@@ -2202,6 +2212,24 @@ TEST(ConversionOutOfMemory, ClosesTheDescriptorAndPassesTheErrorOn) {
             std::wstring out;
             Encoding::toWideChar(bytes.data(), length(bytes), out, codePage, true);
         });
+    }
+}
+
+// The room that there is is not enough, and there is no more.
+TEST(ConversionOutOfMemory, LeavesOutEmptyForAShortText) {
+    const std::wstring text(100, L'\u20ac');
+    const std::string bytes = in_form(utf8, text);
+    for (const CodePage& codePage : {CodePage(Encoding::CP_UTF8), CodePage(Encoding::CP_WIN1252)}) {
+        for (const std::size_t size : {0U, 3U, 40U, 99U}) {
+            std::string out(size, '#');
+            EXPECT_TRUE(allocation::fails_at(
+                0, [&] { Encoding::toMultibyte(text.data(), length(text), out, codePage, "?"); }));
+            EXPECT_EQ(out, "");
+            std::wstring wide_out(size, L'#');
+            EXPECT_TRUE(allocation::fails_at(
+                0, [&] { Encoding::toWideChar(bytes.data(), length(bytes), wide_out, codePage); }));
+            EXPECT_TRUE(wide_out.empty());
+        }
     }
 }
 
