@@ -94,7 +94,8 @@ __m512i decode(__m512i text) {
 
 } // namespace
 
-// What comes last is done in a vector that ends where the text ends, and repeats some of what was done.
+// What comes last is done in a vector that ends where the text ends, and repeats some of what was
+// done.
 
 void base64_encode_vbmi(const unsigned char* bytes, std::size_t groups, char* text) noexcept {
     if (groups < GROUPS) {

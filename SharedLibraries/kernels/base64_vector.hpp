@@ -19,14 +19,15 @@ Vector encode(Vector bytes, char skipped) {
     // Each group as the word b c a b, in which every digit lies within a half.
     constexpr signed char SPREAD[] = {1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10};
     const Vector spread = bytes.taken(add_bytes(Vector::lanes_of(SPREAD), Vector::all(skipped)));
-    // Shifted to the low end of their bytes, the first and third by a product's high half, the second
-    // and fourth by a product's low half.
+    // Shifted to the low end of their bytes, the first and third by a product's high half, the
+    // second and fourth by a product's low half.
     const Vector odd =
         multiply_high(spread & Vector::all_words(0x0fc0fc00), Vector::all_words(0x04000040));
     const Vector even =
         multiply_low(spread & Vector::all_words(0x003f03f0), Vector::all_words(0x01000010));
     const Vector values = odd | even;
-    // What to add to a value: of the kinds 0 for A to Z, 1 for a to z, 2 to 11 for the digits, 12, 13.
+    // What to add to a value: of the kinds 0 for A to Z, 1 for a to z, 2 to 11 for the digits, 12,
+    // 13.
     constexpr signed char OFFSETS[] = {65, 71, -4, -4, -4,  -4,  -4, -4,
                                        -4, -4, -4, -4, -19, -16, 0,  0};
     const Vector beyond_upper = greater_bytes(values, Vector::all(25)); // -1 where it holds
@@ -36,8 +37,8 @@ Vector encode(Vector bytes, char skipped) {
 
 Vector high_nibbles(Vector bytes) { return bytes.words_shifted_right<4>() & Vector::all(0x0f); }
 
-// Not zero where the byte is no digit. The bits stand for the high nibbles 2, 3, 4 and 6, 5 and 7, and
-// all others; the table of the low nibbles has those in which the nibble is bad.
+// Not zero where the byte is no digit. The bits stand for the high nibbles 2, 3, 4 and 6, 5 and 7,
+// and all others; the table of the low nibbles has those in which the nibble is bad.
 Vector bad_digits(Vector text) {
     constexpr signed char BY_LOW[] = {0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,
                                       0x11, 0x11, 0x13, 0x1a, 0x1b, 0x1b, 0x1b, 0x1a};
@@ -59,7 +60,8 @@ Vector decode(Vector text) {
     return groups.taken(Vector::lanes_of(GATHER));
 }
 
-// What comes last is done in a vector that ends where the text ends, and repeats some of what was done.
+// What comes last is done in a vector that ends where the text ends, and repeats some of what was
+// done.
 
 void encode_groups(const unsigned char* bytes, std::size_t groups, char* text) {
     // A lane is read as 16 bytes: behind those of the first vector, and in front of all others'.

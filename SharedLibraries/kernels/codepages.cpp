@@ -17,7 +17,8 @@ std::uint32_t value_of(char c) { return static_cast<unsigned char>(c); }
 std::uint32_t value_of(wchar_t c) { return static_cast<std::uint32_t>(c); }
 
 // ASCII. Both functions convert COUNT characters, which are 16, 8 or 4.
-// @return a bit for each of them, the first one lowest: set for what is not ASCII, which becomes anything
+// @return a bit for each of them, the first one lowest: set for what is not ASCII, which becomes
+// anything
 
 template <int COUNT>
 unsigned int convert_ascii(const char* from, wchar_t* to) {
@@ -60,8 +61,8 @@ unsigned int convert_ascii(const wchar_t* from, char* to) {
     return static_cast<unsigned int>(_mm_movemask_epi8(signs));
 }
 
-// Converts ASCII as far as it goes, COUNT characters at a time. The last step takes some once more that are
-// done; when there are too few for one step, smaller ones do it.
+// Converts ASCII as far as it goes, COUNT characters at a time. The last step takes some once more
+// that are done; when there are too few for one step, smaller ones do it.
 template <int COUNT = 16, class From, class To>
 [[gnu::always_inline]] inline Progress<From, To> convert_run(Progress<From, To> at, const From* end,
                                                              const To* to_end) {
@@ -156,7 +157,8 @@ bool encode_sequence(Progress<wchar_t, char>& at, const char* to_end) {
     if ((value & 0xfffff800) == 0xd800 || value > 0x10ffff) {
         return false;
     }
-    // All four bytes that there can be, the first one lowest. Those in front of the lead are dropped.
+    // All four bytes that there can be, the first one lowest. Those in front of the lead are
+    // dropped.
     const std::uint32_t all = 0x80808080 | value >> 18 | (value >> 12 & 0x3f) << 8 |
                               (value >> 6 & 0x3f) << 16 | (value & 0x3f) << 24;
     const int length = value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;

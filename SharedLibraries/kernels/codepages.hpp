@@ -3,9 +3,10 @@
 /// @file
 /// Conversion between wide text and the code pages that nearly all names are in.
 ///
-/// Each function goes as far as it covers: to the first byte or character that has no counterpart, or
-/// whose sequence is malformed or cut off, to the end of the text or of the room. What it does cover
-/// is what iconv of the GNU C library makes of it. The rest of the room may hold anything then.
+/// Each function goes as far as it covers: to the first byte or character that has no counterpart,
+/// or whose sequence is malformed or cut off, to the end of the text or of the room. What it does
+/// cover is what iconv of the GNU C library makes of it. The rest of the room may hold anything
+/// then.
 ///
 /// Thread safety: thread-safe.
 

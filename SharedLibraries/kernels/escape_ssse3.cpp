@@ -9,8 +9,8 @@ constexpr std::size_t WIDTH = 16;
 
 constexpr signed char BIT_OF[] = {1, 2, 4, 8, 16, 32, 64, -128, 1, 2, 4, 8, 16, 32, 64, -128};
 
-// A set of bytes by their low nibbles: for each one, a bit for each high nibble, of the lower half and of
-// the upper half of all bytes.
+// A set of bytes by their low nibbles: for each one, a bit for each high nibble, of the lower half
+// and of the upper half of all bytes.
 class Members {
 public:
     explicit Members(const ByteSet& set)

@@ -20,8 +20,8 @@ SameButCase long_same_but_case_avx2;
 
 namespace {
 
-// A vector without a bit set where the characters are the same, which means that they differ in nothing
-// but the bit that tells the cases of a letter apart.
+// A vector without a bit set where the characters are the same, which means that they differ in
+// nothing but the bit that tells the cases of a letter apart.
 Vector difference(const char* a, const char* b) {
     const Vector first = Vector::load(a);
     const Vector case_bit = Vector::all(0x20);

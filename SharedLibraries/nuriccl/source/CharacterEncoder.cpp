@@ -65,8 +65,8 @@ std::size_t to_size(std::uint64_t length) {
     return static_cast<std::size_t>(std::min<std::uint64_t>(length, SIZE_MAX));
 }
 
-// Writes the encoded text so that it ends at `end`. Going backwards it may overwrite the text itself,
-// when both begin at the same place.
+// Writes the encoded text so that it ends at `end`. Going backwards it may overwrite the text
+// itself, when both begin at the same place.
 void encode_backwards(std::string_view text, char* end, const Set& set, char esc) {
     for (std::size_t i = text.size(); i-- > 0;) {
         const unsigned char byte = to_byte(text[i]);

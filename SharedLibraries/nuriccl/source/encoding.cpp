@@ -207,9 +207,9 @@ public:
 
     bool close() noexcept { return !std::exchange(open_, false) || iconv_close(descriptor_) == 0; }
 
-    /// Appends one buffer full of output, and moves past the input that it was made of. Without input
-    /// that is what iconv holds back: characters that could have been continued, and the way back to
-    /// the initial shift state.
+    /// Appends one buffer full of output, and moves past the input that it was made of. Without
+    /// input that is what iconv holds back: characters that could have been continued, and the way
+    /// back to the initial shift state.
     /// @return 0 when all is converted, E2BIG when there is more, otherwise why iconv stopped
     template <class Unit>
     int step(char** in, size_t* left, std::basic_string<Unit>& out) {
@@ -230,9 +230,9 @@ private:
     bool open_;
 };
 
-// The code pages of most names have conversions that need no iconv. They give what it gives, and stop
-// at what it would refuse or what they do not cover, which is left to it: it decides what becomes of
-// bad characters.
+// The code pages of most names have conversions that need no iconv. They give what it gives, and
+// stop at what it would refuse or what they do not cover, which is left to it: it decides what
+// becomes of bad characters.
 
 struct Shortcut {
     std::string_view name; // as iconv knows it
@@ -246,7 +246,8 @@ constexpr Shortcut WINDOWS{"WINDOWS-1252", kernels::decode_windows_1252,
 constexpr Shortcut ANSI{"MS-ANSI", kernels::decode_windows_1252, kernels::encode_windows_1252};
 constexpr Shortcut ASCII{"US-ASCII", kernels::decode_ascii, kernels::encode_ascii};
 
-// None for the default code pages. The names are compared without a call, as the length of each is known.
+// None for the default code pages. The names are compared without a call, as the length of each is
+// known.
 [[gnu::always_inline]] inline const Shortcut* find_shortcut(const CodePage& cp) {
     const std::string_view name = cp.m_name;
     const Shortcut* const found = name == UTF8.name      ? &UTF8
@@ -279,8 +280,8 @@ template <class Char>
     return true;
 }
 
-// Converts a short text right into the room that `out` has. To append what was written elsewhere would
-// take as long again for a name.
+// Converts a short text right into the room that `out` has. To append what was written elsewhere
+// would take as long again for a name.
 // @return false when the room may be too small or is, or the kernel does not cover all of the text;
 //         `out` may hold anything then
 template <class From, class To, class Kernel>
@@ -302,8 +303,8 @@ bool convert_in_place(Kernel* kernel, const From* src, size_t len, std::basic_st
     return false;
 }
 
-// Appends what the kernel covers, and moves past it. The pieces keep the output from being filled with
-// zeros first.
+// Appends what the kernel covers, and moves past it. The pieces keep the output from being filled
+// with zeros first.
 template <class From, class To, class Kernel>
 void convert_start(Kernel* kernel, const From*& src, size_t& len, std::basic_string<To>& out) {
     std::array<To, 1024> piece;

@@ -178,8 +178,8 @@ Need need_of(const std::string& field, const Writing& writing) {
 
 char escape_code(char c) { return c == 0 ? '0' : c == '\n' ? 'n' : c == '\r' ? 'r' : c; }
 
-// Writes a field so that it fills the room from `start` to `end`. Going backwards it may overwrite the
-// field itself, when both begin at the same place.
+// Writes a field so that it fills the room from `start` to `end`. Going backwards it may overwrite
+// the field itself, when both begin at the same place.
 void write_between(char* start, char* end, std::string_view field, const Writing& writing,
                    bool quoted) {
     char* const first = start + (quoted ? 1 : 0);
@@ -322,8 +322,8 @@ Field read_field(size_t start, const std::string& text, std::string& out, const 
     return {i < text.size() ? i : std::string::npos, taker.taken(), changed};
 }
 
-// How many fields there are room for at once. Quotes may hold any number of separators, so there is a
-// limit in proportion to the text.
+// How many fields there are room for at once. Quotes may hold any number of separators, so there is
+// a limit in proportion to the text.
 size_t likely_count(const std::string& text, char separator) {
     const size_t separators = kernels::Scan<1>({separator}).count(text.data(), text.size());
     return std::min(separators + 1, text.size() / 8 + 8);

@@ -111,7 +111,8 @@ int ifind(const std::string& haystack, const std::string& needle) {
 
 namespace {
 
-// The table of the locale "C", of which there is one. Before it is set no locale counts as that one.
+// The table of the locale "C", of which there is one. Before it is set no locale counts as that
+// one.
 const std::int32_t* const CLASSIC_UPPER_CASE =
     newlocale(LC_CTYPE_MASK, "C", nullptr)->__ctype_toupper;
 

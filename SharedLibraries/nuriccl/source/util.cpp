@@ -113,8 +113,8 @@ std::string to_str(unsigned long long value, Manipulator manipulator) {
 
 namespace {
 
-// Reads a decimal number in range from nothing but digits, with a minus in front perhaps. A stream reads
-// it the same way in every locale; all that it may make of other texts is left to it.
+// Reads a decimal number in range from nothing but digits, with a minus in front perhaps. A stream
+// reads it the same way in every locale; all that it may make of other texts is left to it.
 template <class Unsigned>
 bool parse_digits(Unsigned& out, const std::string& text) {
     const char* const end = text.data() + text.size();

@@ -178,8 +178,8 @@ private:
 
 // Implementation
 
-// What handles do all the time, for callers to inline. The library has to export it all the same, so its
-// source file adds to the macro that the functions are kept.
+// What handles do all the time, for callers to inline. The library has to export it all the same,
+// so its source file adds to the macro that the functions are kept.
 #ifndef NURICCL_BUFFER_INLINE
 #define NURICCL_BUFFER_INLINE inline
 #endif

@@ -297,8 +297,8 @@ void deque<T, Allocator>::clear() noexcept {
     head_ = tail_ = 0;
 }
 
-// Calls `act` with the elements in order, as the one or two runs of slots that they fill. Loops over
-// these are shorter than one that looks for the end of the ring at each element.
+// Calls `act` with the elements in order, as the one or two runs of slots that they fill. Loops
+// over these are shorter than one that looks for the end of the ring at each element.
 template <class T, class Allocator>
 template <class Act>
 void deque<T, Allocator>::for_each_run(Act act) {
