@@ -2,6 +2,15 @@
 
 set(NURICCL_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 
+# Checked copies, stack canaries, indirect branches to marked places only, and tables of addresses that
+# are read-only once a program runs. Sanitizers bring checks of their own, of which some of these would
+# hide the places.
+if(NURICCL_HARDEN AND NOT NURICCL_SANITIZE)
+    set(NURICCL_HARDENING -fstack-protector-strong -fcf-protection
+        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+    set(NURICCL_LINK_HARDENING LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+endif()
+
 # Language level, warnings and sanitizers for one target.
 function(nuriccl_configure_target target)
     target_compile_features(${target} PUBLIC cxx_std_17)
@@ -11,6 +20,8 @@ function(nuriccl_configure_target target)
     # A 32-bit off_t or time_t would make lstat fail on files beyond 2 GiB, 64-bit inode numbers and
     # time stamps after 2038.
     target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+    target_compile_options(${target} PRIVATE ${NURICCL_HARDENING})
+    target_link_options(${target} PRIVATE ${NURICCL_LINK_HARDENING})
     if(NURICCL_SANITIZE)
         target_compile_options(${target} PRIVATE
             -fsanitize=${NURICCL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
