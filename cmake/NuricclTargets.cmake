@@ -2,12 +2,13 @@
 
 set(NURICCL_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 
-# Checked copies, stack canaries, indirect branches to marked places only, and tables of addresses that
-# are read-only once a program runs. Sanitizers bring checks of their own, of which some of these would
-# hide the places.
+# Stack canaries, marks on the targets of indirect branches, copies that are checked where the
+# compiler knows the room (which takes an optimised build), and tables of addresses that are
+# read-only once a program runs. The sanitizers check more, and would miss what these catch first.
 if(NURICCL_HARDEN AND NOT NURICCL_SANITIZE)
+    set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
     set(NURICCL_HARDENING -fstack-protector-strong -fcf-protection
-        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+        $<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=2>)
     set(NURICCL_LINK_HARDENING LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 endif()
 
