@@ -209,9 +209,14 @@ Descriptor StoreWriter::prepare(const std::string& path) {
     }
     const std::string temporary = unique_name() + MARKER;
     const Descriptor marker = create(root.get(), temporary, path);
-    write_whole(marker.get(), MARKER_TEXT, path);
-    check(fsync(marker.get()), path, "cannot flush");
-    rename_in(root.get(), temporary, MARKER, path);
+    try {
+        write_whole(marker.get(), MARKER_TEXT, path);
+        check(fsync(marker.get()), path, "cannot flush");
+        rename_in(root.get(), temporary, MARKER, path);
+    } catch (const Error&) {
+        unlinkat(root.get(), temporary.c_str(), 0);
+        throw;
+    }
     return root;
 }
 
