@@ -40,11 +40,9 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <new>
 #include <optional>
 #include <random>
 #include <string>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <thread>
@@ -275,20 +273,9 @@ class Locks : public testing::Test {
 protected:
     void SetUp() override {
         // The neighbour's set, and what a test needs at most.
-        std::vector<int> sets;
-        for (int i = 0; i < 5; ++i) {
-            sets.push_back(semaphores::real::get(IPC_PRIVATE, 1, 0600));
-        }
-        const int error = errno;
-        const bool enough = sets.back() != semaphores::NONE;
-        for (const int set : sets) {
-            semaphores::remove(set);
-        }
-        // Not in the kernel, shut off by a filter or a policy, or used up.
-        if (!enough && (error == ENOSYS || error == EPERM || error == EACCES || error == ENOSPC)) {
+        if (const int error = semaphores::shortage(5); error != 0) {
             GTEST_SKIP() << "no System V semaphore sets to be had: " << std::strerror(error);
         }
-        ASSERT_TRUE(enough) << std::strerror(error);
         path_ = add_file("lock");
         neighbour_ = semaphores::make(key_of(files::make_file(base_ / "neighbour")), 5);
         neighbour_before_ = semaphores::status(neighbour_);
@@ -1603,29 +1590,6 @@ TEST_F(SingleInstanceUsers, WaitForTheSetOfAnotherUserToGo) {
 
 namespace {
 
-// Memory that processes have in common, with a value in it.
-template <class T>
-class Shared {
-public:
-    Shared() {
-        void* const place =
-            mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (place == MAP_FAILED) {
-            throw std::bad_alloc();
-        }
-        value_ = new (place) T();
-    }
-    ~Shared() { munmap(value_, sizeof(T)); }
-    Shared(const Shared&) = delete;
-    Shared& operator=(const Shared&) = delete;
-
-    T& operator*() const { return *value_; }
-    T* operator->() const { return value_; }
-
-private:
-    T* value_;
-};
-
 // What the holders of one lock see of each other.
 struct Board {
     std::atomic<int> holder{0}; // process that holds the lock and has not begun to let go of it
@@ -1792,7 +1756,7 @@ private:
         contenders_.erase(contenders_.begin() + static_cast<std::ptrdiff_t>(index));
     }
 
-    Shared<Board> board_;
+    process::Shared<Board> board_;
     Watch::Hook hook_;
     std::mt19937 random_;
     std::vector<std::unique_ptr<process::Child>> contenders_;

@@ -17,8 +17,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <new>
 #include <optional>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -113,6 +115,29 @@ private:
     static constexpr ssize_t SIZE = sizeof(int);
 
     int descriptor_;
+};
+
+/// Memory that a process and those that it forks have in common, with a value in it.
+template <class T>
+class Shared {
+public:
+    Shared() {
+        void* const place =
+            mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (place == MAP_FAILED) {
+            throw std::bad_alloc();
+        }
+        value_ = new (place) T();
+    }
+    ~Shared() { munmap(value_, sizeof(T)); }
+    Shared(const Shared&) = delete;
+    Shared& operator=(const Shared&) = delete;
+
+    T& operator*() const { return *value_; }
+    T* operator->() const { return value_; }
+
+private:
+    T* value_;
 };
 
 /// A copy of this process that runs a function and ends, without running what is left to do at the

@@ -107,6 +107,24 @@ inline void set_value(int set, int value) {
     files::checked(real::control(set, 0, SETVAL, argument), "value of a semaphore");
 }
 
+/// What stands in the way of sets: the error, when the system has none of them (not in the kernel, shut
+/// off by a filter or a policy) or not `count` more; otherwise 0.
+/// @throws std::system_error when it is another error
+inline int shortage(int count) {
+    std::vector<int> sets;
+    for (int i = 0; i < count; ++i) {
+        sets.push_back(real::get(IPC_PRIVATE, 1, 0600));
+    }
+    const int error = sets.back() == NONE ? errno : 0;
+    for (const int set : sets) {
+        remove(set);
+    }
+    if (error != ENOSYS && error != EPERM && error != EACCES && error != ENOSPC) {
+        files::checked(error == 0 ? 0 : -1, "semaphore sets");
+    }
+    return error;
+}
+
 /// A new set of `count` semaphores, the first of which has a value and the others have 0.
 /// @throws std::system_error also when the key has a set
 inline int make(key_t key, int value, int count = 1) {
@@ -161,6 +179,10 @@ public:
 
     const std::vector<std::string>& calls() const { return calls_; }
 
+    /// Identifier of the set that the latest call was about, in a hook that of the call to come; NONE
+    /// while there is none, as before one is made or opened.
+    int set() const { return set_; }
+
     /// The living Watch, or null.
     static Watch*& current() {
         static Watch* watch = nullptr;
@@ -179,9 +201,10 @@ public:
         if (key != key_) {
             call += " for another key";
         }
-        const int set = run(call, [&] { return real::get(key, count, flags); });
-        note(set != NONE ? call + ' ' + label(set) : call, set);
-        return set;
+        set_ = NONE;
+        set_ = run(call, [&] { return real::get(key, count, flags); });
+        note(set_ != NONE ? call + ' ' + label(set_) : call, set_);
+        return set_;
     }
 
     int operate(int set, sembuf* operations, std::size_t count) {
@@ -196,6 +219,7 @@ public:
         } else if (call == "semop(0 1 010000)") {
             call = "give back";
         }
+        set_ = set;
         const int result = run(call, [&] { return real::operate(set, operations, count); });
         note(call + ' ' + label(set), result);
         return result;
@@ -211,6 +235,7 @@ public:
         } else if (number == 0 && command == GETVAL) {
             call = "look";
         }
+        set_ = set;
         const int result = run(call, [&] { return real::control(set, number, command, argument); });
         note(call + ' ' + label(set), result);
         return result;
@@ -267,7 +292,8 @@ private:
     key_t key_;
     Hook hook_;
     Watch* earlier_;
-    std::vector<int> sets_;
+    int set_ = NONE;
+    std::vector<int> sets_; // by label
     std::vector<std::string> calls_;
 };
 
