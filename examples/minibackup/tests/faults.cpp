@@ -6,6 +6,10 @@
 ///     FAULTS_STOP=NAME          the program stops (SIGSTOP) before it opens NAME in a directory
 ///     FAULTS_READ=NAME:BYTES    reading the file opened as NAME fails after so many bytes
 ///     FAULTS_WRITE=BYTES        the disk is full after so many bytes, all files together
+///     FAULTS_CALL=KIND:K:WHAT   the Kth call of this kind (read: what asks the system for
+///                               something; change: what alters a file or directory; any: either)
+///                               fails with the error of the number WHAT, or, when that is 0, is
+///                               never made: the program is killed
 ///     FAULTS_LOG=PATH           a line for each call: "open NAME", "write", "flush" (all of the
 ///                               filesystem), "flush one", "rename NEW-NAME"
 
@@ -15,9 +19,11 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -52,6 +58,27 @@ void log(const std::string& line) {
     }
 }
 
+constexpr const char* READ = "read";
+constexpr const char* CHANGE = "change";
+
+// Whether the call is the one that is to fail.
+bool fails(const std::string& kind) {
+    static const std::string order = setting("FAULTS_CALL");
+    static const std::size_t colon = order.find(':');
+    static char* rest = nullptr;
+    static long calls_left = std::strtol(order.c_str() + colon + 1, &rest, 10);
+    const std::string wanted = order.substr(0, colon);
+    if (order.empty() || (wanted != kind && wanted != "any") || --calls_left != 0) {
+        return false;
+    }
+    const int error = std::atoi(rest + 1);
+    if (error == 0) {
+        std::raise(SIGKILL);
+    }
+    errno = error;
+    return true;
+}
+
 int doomed_file = -1; // whose reading will fail
 long long readable_bytes = 0;
 
@@ -72,6 +99,9 @@ int openat(int directory, const char* name, int flags, ...) {
         std::raise(SIGSTOP);
     }
     log(std::string("open ") + name);
+    if (fails((flags & O_CREAT) != 0 ? CHANGE : READ)) {
+        return -1;
+    }
     const int file = real_openat(directory, name, flags, mode);
     const std::string doom = setting("FAULTS_READ");
     const std::size_t colon = doom.find(':');
@@ -86,6 +116,9 @@ int openat(int directory, const char* name, int flags, ...) {
 
 ssize_t read(int file, void* data, std::size_t size) {
     static const auto function = next<ssize_t (*)(int, void*, std::size_t)>("read");
+    if (fails(READ)) {
+        return -1;
+    }
     if (file != doomed_file) {
         return function(file, data, size);
     }
@@ -105,6 +138,9 @@ ssize_t write(int file, const void* data, std::size_t size) {
         return real_write(file, data, size);
     }
     log("write");
+    if (fails(CHANGE)) {
+        return -1;
+    }
     if (!limit.empty()) {
         if (room == 0) {
             errno = ENOSPC;
@@ -118,18 +154,40 @@ ssize_t write(int file, const void* data, std::size_t size) {
 
 int syncfs(int file) noexcept {
     log("flush");
-    return next<int (*)(int)>("syncfs")(file);
+    return fails(CHANGE) ? -1 : next<int (*)(int)>("syncfs")(file);
 }
 
 int fsync(int file) {
     log("flush one");
-    return next<int (*)(int)>("fsync")(file);
+    return fails(CHANGE) ? -1 : next<int (*)(int)>("fsync")(file);
 }
 
 int renameat(int from_directory, const char* from, int to_directory, const char* to) noexcept {
     log(std::string("rename ") + to);
-    return next<int (*)(int, const char*, int, const char*)>("renameat")(from_directory, from,
-                                                                         to_directory, to);
+    return fails(CHANGE) ? -1
+                         : next<int (*)(int, const char*, int, const char*)>("renameat")(
+                               from_directory, from, to_directory, to);
+}
+
+int mkdirat(int directory, const char* name, mode_t mode) noexcept {
+    return fails(CHANGE)
+               ? -1
+               : next<int (*)(int, const char*, mode_t)>("mkdirat")(directory, name, mode);
+}
+
+int unlinkat(int directory, const char* name, int flags) noexcept {
+    return fails(CHANGE) ? -1
+                         : next<int (*)(int, const char*, int)>("unlinkat")(directory, name, flags);
+}
+
+ssize_t readlinkat(int directory, const char* name, char* target, std::size_t size) noexcept {
+    return fails(READ) ? -1
+                       : next<ssize_t (*)(int, const char*, char*, std::size_t)>("readlinkat")(
+                             directory, name, target, size);
+}
+
+dirent* readdir(DIR* directory) {
+    return fails(READ) ? nullptr : next<dirent* (*)(DIR*)>("readdir64")(directory);
 }
 
 } // extern "C"

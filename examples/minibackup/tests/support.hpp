@@ -161,8 +161,8 @@ inline Picture picture_of(const std::string& root) {
 /// "b" and the destination "d".
 class MinibackupTest : public ::testing::Test {
 protected:
-    MinibackupTest() {
-        std::string name = (fs::temp_directory_path() / "minibackup-XXXXXX").string();
+    explicit MinibackupTest(const fs::path& place = fs::temp_directory_path()) {
+        std::string name = (place / "minibackup-XXXXXX").string();
         if (mkdtemp(&name[0]) == nullptr) {
             throw std::runtime_error("no directory for the test: " + name);
         }

@@ -8,18 +8,14 @@ set_target_properties(minibackup_faults PROPERTIES
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 target_link_libraries(minibackup_faults PRIVATE ${CMAKE_DL_LIBS})
 
-nuriccl_add_test(minibackup_test ${minibackup_tests}/minibackup_test.cpp nuriccl)
+nuriccl_add_test(minibackup_test ${minibackup_tests}/minibackup_test.cpp minibackup_parts)
 nuriccl_compile_test_quickly(minibackup_test)
 target_sources(minibackup_test PRIVATE
     ${minibackup_tests}/lock_test.cpp
     ${minibackup_tests}/names_test.cpp
     ${minibackup_tests}/next_test.cpp
-    ${minibackup_tests}/selection_test.cpp
-    # What the program cannot be asked from outside
-    ${minibackup_tests}/../due.cpp
-    ${minibackup_tests}/../lock.cpp
-    ${minibackup_tests}/../names.cpp
-    ${minibackup_tests}/../os.cpp)
+    ${minibackup_tests}/reliability_test.cpp
+    ${minibackup_tests}/selection_test.cpp)
 target_compile_definitions(minibackup_test PRIVATE
     MINIBACKUP_PROGRAM="$<TARGET_FILE:minibackup>"
     MINIBACKUP_FAULTS="$<TARGET_FILE:minibackup_faults>")
