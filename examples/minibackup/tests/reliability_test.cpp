@@ -267,7 +267,7 @@ TEST_F(ReliabilityTest, DiskThatFillsUpLosesNothing) {
     for (const bool is_first : {true, false}) {
         Outcome outcome;
         fsblkcnt_t pages = 0;
-        for (; outcome.status != 0; pages += pages < 8 ? 1 : 40) {
+        for (; outcome.status != 0; pages += stride() > 10 ? 90 : pages < 8 ? 1 : 40) {
             SCOPED_TRACE(std::to_string(pages) + " pages are free" + (is_first ? " at first" : ""));
             if (is_first) {
                 ASSERT_EQ(0, umount(store().c_str()));
