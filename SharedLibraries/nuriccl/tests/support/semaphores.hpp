@@ -107,9 +107,9 @@ inline void set_value(int set, int value) {
     files::checked(real::control(set, 0, SETVAL, argument), "value of a semaphore");
 }
 
-/// What stands in the way of sets: the error, when the system has none of them (not in the kernel, shut
-/// off by a filter or a policy) or not `count` more; otherwise 0.
-/// @throws std::system_error when it is another error
+/// What stands in the way of sets: the error, when the system has none of them (not in the kernel,
+/// shut off by a filter or a policy) or not `count` more; otherwise 0. @throws std::system_error
+/// when it is another error
 inline int shortage(int count) {
     std::vector<int> sets;
     for (int i = 0; i < count; ++i) {
@@ -179,8 +179,8 @@ public:
 
     const std::vector<std::string>& calls() const { return calls_; }
 
-    /// Identifier of the set that the latest call was about, in a hook that of the call to come; NONE
-    /// while there is none, as before one is made or opened.
+    /// Identifier of the set that the latest call was about, in a hook that of the call to come;
+    /// NONE while there is none, as before one is made or opened.
     int set() const { return set_; }
 
     /// The living Watch, or null.
