@@ -20,6 +20,7 @@
 //   the example of the header                  CharacterEncoderUsage.*
 
 #include "support/allocation.hpp"
+#include "support/encoder_model.hpp"
 #include "support/guarded.hpp"
 #include "support/texts.hpp"
 
@@ -63,91 +64,6 @@ bool contains(const std::string& set, char c) { return set.find(c) != std::strin
 template <std::size_t Size>
 std::string bytes(const char (&literal)[Size]) {
     return {literal, Size - 1};
-}
-
-// Models: one character at a time.
-
-std::string model_encode(const std::string& text, const std::string& set, char esc) {
-    const std::string digits = "0123456789abcdef";
-    std::string encoded;
-    for (const char c : text) {
-        if (contains(set, c)) {
-            encoded += {esc, digits[to_byte(c) / 16], digits[to_byte(c) % 16]};
-        } else {
-            encoded += c;
-        }
-    }
-    return encoded;
-}
-
-unsigned int model_digit(char c) {
-    const std::size_t lower = std::string("0123456789abcdef").find(c);
-    const std::size_t upper = std::string("0123456789ABCDEF").find(c);
-    return static_cast<unsigned int>(lower != std::string::npos   ? lower
-                                     : upper != std::string::npos ? upper
-                                                                  : 0);
-}
-
-// Decoding in place; what lies behind the end is a digit of value 0.
-std::string model_decode_in_place(const std::string& text, char esc) {
-    const std::string padded = text + bytes("\0\0");
-    std::string decoded;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (padded[i] == esc) {
-            decoded +=
-                static_cast<char>(model_digit(padded[i + 1]) * 16 + model_digit(padded[i + 2]));
-            i += 2;
-        } else {
-            decoded += padded[i];
-        }
-    }
-    return decoded;
-}
-
-// The digits of decode(text), which are not validated.
-int model_believed_digit(char c) {
-    if (contains("0123456789", c)) {
-        return c - '0';
-    }
-    return std::isupper(to_byte(c)) != 0 ? c - 55 : c - 87;
-}
-
-std::string model_decode(const std::string& text) {
-    std::string decoded;
-    std::size_t i = 0;
-    while (i < text.size()) {
-        if (text[i] != '%') {
-            decoded += text[i++];
-            continue;
-        }
-        if (i + 2 > text.size()) {
-            break;
-        }
-        const char second = i + 2 < text.size() ? text[i + 2] : NUL;
-        const int value = model_believed_digit(text[i + 1]) * 16 + model_believed_digit(second);
-        decoded += static_cast<char>(static_cast<unsigned int>(value) % 256);
-        i += 3;
-    }
-    return decoded;
-}
-
-std::string model_decode_vm_name(const std::string& name) {
-    std::string decoded;
-    for (std::size_t i = 0; i < name.size();) {
-        if (name[i] != '%' || i + 3 > name.size()) {
-            decoded += name[i++];
-            continue;
-        }
-        std::istringstream digits(name.substr(i + 1, 2));
-        int value = 0;
-        if (digits >> std::hex >> value && (value == 37 || value == 47 || value == 92)) {
-            decoded += static_cast<char>(value);
-        } else {
-            decoded += name.substr(i, 3);
-        }
-        i += 3;
-    }
-    return decoded;
 }
 
 // Memory for one text at a time, whose last character is the last before memory that nobody may
@@ -244,16 +160,17 @@ TEST(Set, TakesEveryByteAsItsOnlyMember) {
     const std::string all = texts::all_bytes();
     for (const char c : all) {
         const std::string only(1, c);
-        ASSERT_EQ(CharacterEncoder(only).encode(all), model_encode(all, only, '%')) << int{c};
+        ASSERT_EQ(CharacterEncoder(only).encode(all), encoder_model::encode(all, only, '%'))
+            << int{c};
         CharacterEncoder encoder("");
         encoder.protect(c);
-        ASSERT_EQ(encoder.encode(all), model_encode(all, only, '%')) << int{c};
+        ASSERT_EQ(encoder.encode(all), encoder_model::encode(all, only, '%')) << int{c};
     }
 }
 
 TEST(Set, TakesAllBytes) {
     const std::string all = texts::all_bytes();
-    EXPECT_EQ(CharacterEncoder(all).encode(all), model_encode(all, all, '%'));
+    EXPECT_EQ(CharacterEncoder(all).encode(all), encoder_model::encode(all, all, '%'));
 }
 
 TEST(Set, GrowsByProtect) {
@@ -395,7 +312,7 @@ TEST(Encode, AgreesWithTheModel) {
     for (const std::string& set : texts::over<std::string>(alphabet, 2)) {
         const CharacterEncoder encoder(set);
         for (const std::string& text : texts::over<std::string>(alphabet, 5)) {
-            ASSERT_EQ(encoder.encode(text), model_encode(text, set, '%'))
+            ASSERT_EQ(encoder.encode(text), encoder_model::encode(text, set, '%'))
                 << PrintToString(text) << PrintToString(set);
         }
     }
@@ -469,7 +386,8 @@ TEST(EncodeInPlace, AgreesWithTheModel) {
         const CharacterEncoder encoder(set);
         for (const char esc : alphabet) {
             for (const std::string& text : texts::over<std::string>(alphabet, 4)) {
-                ASSERT_EQ(encoded_in_place(encoder, text, esc), model_encode(text, set + esc, esc))
+                ASSERT_EQ(encoded_in_place(encoder, text, esc),
+                          encoder_model::encode(text, set + esc, esc))
                     << PrintToString(text) << PrintToString(set) << int{esc};
             }
         }
@@ -640,7 +558,7 @@ TEST(EncodeBuffer, AgreesWithTheModelForEveryLength) {
         const CharacterEncoder encoder(set);
         for (const char esc : alphabet + NUL) {
             for (const std::string& text : texts::over<std::string>(alphabet, 4)) {
-                const std::string expected = model_encode(text, set + esc, esc);
+                const std::string expected = encoder_model::encode(text, set + esc, esc);
                 for (int len = -1; len <= static_cast<int>(expected.size()) + 3; ++len) {
                     expect_encoded_in_buffer(encoder, text, expected, len, esc);
                     ASSERT_FALSE(HasFatalFailure())
@@ -656,7 +574,7 @@ TEST(EncodeBuffer, EncodesEveryByteFromOneOn) {
     for (const std::string& set : {std::string(1, '\xff'), text}) {
         const CharacterEncoder encoder(set);
         for (const char esc : text) {
-            const std::string expected = model_encode(text, set + esc, esc);
+            const std::string expected = encoder_model::encode(text, set + esc, esc);
             expect_encoded_in_buffer(encoder, text, expected, static_cast<int>(expected.size()) + 1,
                                      esc);
             ASSERT_FALSE(HasFatalFailure()) << int{esc};
@@ -725,7 +643,7 @@ TEST(EncodeToAnotherPlace, AgreesWithTheModel) {
         const CharacterEncoder encoder(set);
         for (const char esc : alphabet + NUL) {
             for (const std::string& text : texts::over<std::string>(alphabet, 5)) {
-                const std::string expected = model_encode(text, set + esc, esc);
+                const std::string expected = encoder_model::encode(text, set + esc, esc);
                 expect_encoded_to_another_place(encoder, text, expected, 1, esc);
                 ASSERT_FALSE(HasFatalFailure())
                     << PrintToString(text) << PrintToString(set) << int{esc};
@@ -789,7 +707,8 @@ TEST(Decode, TakesEveryPairOfBytesAsDigits) {
     const CharacterEncoder encoder("");
     for (const char first : texts::all_bytes()) {
         for (const char second : texts::all_bytes()) {
-            const int value = model_believed_digit(first) * 16 + model_believed_digit(second);
+            const int value =
+                encoder_model::believed_digit(first) * 16 + encoder_model::believed_digit(second);
             const std::string text{'%', first, second};
             const std::string expected(1, static_cast<char>(static_cast<unsigned int>(value)));
             ASSERT_EQ(encoder.decode(text), expected) << PrintToString(text);
@@ -839,7 +758,7 @@ TEST(Decode, AsksTheCLibraryForUpperCase) {
 TEST(Decode, AgreesWithTheModel) {
     const CharacterEncoder encoder("");
     for (const std::string& text : texts::over<std::string>(bytes("%4gAz\0\xe9"), 5)) {
-        ASSERT_EQ(encoder.decode(text), model_decode(text)) << PrintToString(text);
+        ASSERT_EQ(encoder.decode(text), encoder_model::decode(text)) << PrintToString(text);
     }
 }
 
@@ -952,7 +871,7 @@ void expect_decoded_in_buffer(const std::string& text, char esc) {
     char* const place = memory.put(text + NUL);
     const bool any = contains(text, esc);
     ASSERT_EQ(CharacterEncoder::decode(place, esc), any);
-    const std::string expected = model_decode_in_place(text, esc) + NUL;
+    const std::string expected = encoder_model::decode_in_place(text, esc) + NUL;
     ASSERT_EQ(memory.now().substr(0, expected.size()), expected);
     ASSERT_TRUE(memory.is_intact_in_front());
 }
@@ -970,7 +889,8 @@ TEST(DecodeInPlace, TakesEveryPairOfBytesAsDigits) {
     for (const char first : texts::all_bytes()) {
         for (const char second : texts::all_bytes()) {
             const std::string text{'%', first, second};
-            const unsigned int value = model_digit(first) * 16 + model_digit(second);
+            const unsigned int value =
+                encoder_model::digit(first) * 16 + encoder_model::digit(second);
             ASSERT_EQ(decoded_in_place(text, '%'), std::string(1, static_cast<char>(value)))
                 << PrintToString(text);
             if (first != NUL && second != NUL) {
@@ -985,7 +905,7 @@ TEST(DecodeInPlace, TakesEveryByteAsEscapeCharacter) {
     for (const char esc : texts::all_bytes()) {
         for (const char* const digits : {"", "4", "41", "g1", "4g", "414"}) {
             const std::string text = 'x' + std::string(1, esc) + digits;
-            ASSERT_EQ(decoded_in_place(text, esc), model_decode_in_place(text, esc))
+            ASSERT_EQ(decoded_in_place(text, esc), encoder_model::decode_in_place(text, esc))
                 << PrintToString(text);
             if (esc != NUL) {
                 expect_decoded_in_buffer(text, esc);
@@ -999,7 +919,7 @@ TEST(DecodeInPlace, AgreesWithTheModel) {
     const std::string alphabet = bytes("%4gF\0\xff");
     for (const std::string& text : texts::over<std::string>(alphabet, 5)) {
         for (const char esc : alphabet) {
-            ASSERT_EQ(decoded_in_place(text, esc), model_decode_in_place(text, esc))
+            ASSERT_EQ(decoded_in_place(text, esc), encoder_model::decode_in_place(text, esc))
                 << PrintToString(text) << int{esc};
         }
     }
@@ -1043,14 +963,14 @@ TEST(Unprintable, EscapesExactlyItsCharactersAndTheEscapeCharacter) {
     for (const char esc : all) {
         std::string text = all;
         ASSERT_TRUE(CharacterEncoder::encode_unprintable(text, esc));
-        ASSERT_EQ(text, model_encode(all, set + esc, esc)) << int{esc};
+        ASSERT_EQ(text, encoder_model::encode(all, set + esc, esc)) << int{esc};
         ASSERT_EQ(CharacterEncoder::decode_unprintable(text, esc), all) << int{esc};
         if (esc != NUL) {
             char buffer[2 * 256 + 256];
             std::memcpy(buffer, all.data() + 1, 255);
             buffer[255] = NUL;
             ASSERT_EQ(CharacterEncoder::encode_unprintable(buffer, sizeof buffer, esc), 1);
-            ASSERT_EQ(buffer, model_encode(all.substr(1), set + esc, esc)) << int{esc};
+            ASSERT_EQ(buffer, encoder_model::encode(all.substr(1), set + esc, esc)) << int{esc};
         }
     }
 }
@@ -1093,7 +1013,8 @@ TEST(VmNames, EscapeThreeCharacters) {
     EXPECT_EQ(CharacterEncoder::encode_vSphereVM_name("\\/%"), "%5c%2f%25");
     EXPECT_EQ(CharacterEncoder::encode_vSphereVM_name(""), "");
     const std::string all = texts::all_bytes();
-    EXPECT_EQ(CharacterEncoder::encode_vSphereVM_name(all), model_encode(all, "%/\\", '%'));
+    EXPECT_EQ(CharacterEncoder::encode_vSphereVM_name(all),
+              encoder_model::encode(all, "%/\\", '%'));
 }
 
 TEST(VmNames, TakeDigitsOfEitherCase) {
@@ -1125,7 +1046,8 @@ TEST(VmNames, TakeEveryPairOfBytesLikeTheModel) {
     for (const char first : texts::all_bytes()) {
         for (const char second : texts::all_bytes()) {
             const std::string name{'%', first, second};
-            ASSERT_EQ(CharacterEncoder::decode_vSphereVM_name(name), model_decode_vm_name(name))
+            ASSERT_EQ(CharacterEncoder::decode_vSphereVM_name(name),
+                      encoder_model::decode_vm_name(name))
                 << PrintToString(name);
         }
     }
@@ -1133,10 +1055,11 @@ TEST(VmNames, TakeEveryPairOfBytesLikeTheModel) {
 
 TEST(VmNames, AgreeWithTheModel) {
     for (const std::string& name : texts::over<std::string>("%25fFcC/\\a ", 5)) {
-        ASSERT_EQ(CharacterEncoder::decode_vSphereVM_name(name), model_decode_vm_name(name))
+        ASSERT_EQ(CharacterEncoder::decode_vSphereVM_name(name),
+                  encoder_model::decode_vm_name(name))
             << name;
         const std::string encoded = CharacterEncoder::encode_vSphereVM_name(name);
-        ASSERT_EQ(encoded, model_encode(name, "%/\\", '%')) << name;
+        ASSERT_EQ(encoded, encoder_model::encode(name, "%/\\", '%')) << name;
         ASSERT_EQ(CharacterEncoder::decode_vSphereVM_name(encoded), name) << name;
     }
 }
@@ -1204,16 +1127,16 @@ public:
         const char esc = some_byte();
         const CharacterEncoder encoder(set);
 
-        ASSERT_EQ(encoder.encode(text), model_encode(text, set, '%'));
-        ASSERT_EQ(encoder.decode(text), model_decode(text));
-        ASSERT_EQ(decoded_in_place(text, esc), model_decode_in_place(text, esc));
-        const std::string expected = model_encode(text, set + esc, esc);
+        ASSERT_EQ(encoder.encode(text), encoder_model::encode(text, set, '%'));
+        ASSERT_EQ(encoder.decode(text), encoder_model::decode(text));
+        ASSERT_EQ(decoded_in_place(text, esc), encoder_model::decode_in_place(text, esc));
+        const std::string expected = encoder_model::encode(text, set + esc, esc);
         ASSERT_EQ(encoded_in_place(encoder, text, esc), expected);
         ASSERT_EQ(decoded_in_place(expected, esc), text);
         ASSERT_EQ(encoder.encoded_size(text, esc), static_cast<int>(expected.size()) + 1);
 
         std::string c_string = text.substr(0, text.find(NUL));
-        const std::string c_expected = model_encode(c_string, set + esc, esc);
+        const std::string c_expected = encoder_model::encode(c_string, set + esc, esc);
         expect_encoded_in_buffer(encoder, c_string, c_expected,
                                  static_cast<int>(below(2 * c_expected.size() + 2)), esc);
         expect_encoded_to_another_place(encoder, c_string, c_expected, 1, esc);

@@ -10,6 +10,7 @@
 
 #include "support/allocation.hpp"
 #include "support/texts.hpp"
+#include "support/version_model.hpp"
 
 #include <nuriagent/safe.hpp>
 #include <nuriccl/Version.hpp>
@@ -34,12 +35,8 @@ using nuriccl::Version;
 constexpr std::int32_t LOWEST = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t HIGHEST = std::numeric_limits<std::int32_t>::max();
 
-// Major, minor, patch and build.
-using Numbers = std::array<std::int32_t, 4>;
-
-Numbers numbers_of(const Version& version) {
-    return {version.m_major, version.m_minor, version.m_patch, version.m_build};
-}
+using version_model::Numbers;
+using version_model::numbers_of;
 
 Version version_of(const Numbers& numbers) {
     Version version("");
@@ -67,37 +64,6 @@ std::optional<Numbers> parsed_by_a_used_object(const std::string& text) {
     }
     EXPECT_EQ(parsed(text), numbers_of(version));
     return numbers_of(version);
-}
-
-// Every version text by its rules, in their order. Nothing when the place of the patch lies behind
-// the end.
-std::optional<Numbers> model_parsed(const std::string& text) {
-    Numbers numbers{};
-    auto& [major, minor, patch, build] = numbers;
-    const std::size_t dot = text.find('.');
-    if (dot == std::string::npos) {
-        major = safe::StringToInt32(text);
-    } else {
-        if (dot + 2 > text.size()) {
-            return std::nullopt;
-        }
-        const auto character_at = [&text](std::size_t position) {
-            return position < text.size() ? std::string(1, text[position]) : std::string();
-        };
-        major =
-            safe::StringToInt32(std::string(text.begin(), text.begin() + static_cast<int>(dot)));
-        minor = safe::StringToInt32(character_at(dot + 1));
-        patch = safe::StringToInt32(character_at(dot + 2));
-        const std::size_t second_dot = text.find('.', dot + 1);
-        if (second_dot != std::string::npos) {
-            build = safe::StringToInt32(text.c_str() + second_dot + 1);
-        }
-    }
-    const std::size_t mark = text.find("build ");
-    if (build == 0 && mark != std::string::npos) {
-        build = safe::StringToInt32(text.c_str() + mark + 6);
-    }
-    return numbers;
 }
 
 // Every sequence of up to `longest` pieces.
@@ -259,11 +225,11 @@ TEST(VersionText, IsLeftAsItWas) {
 
 TEST(VersionText, AgreesWithTheModel) {
     for (const std::string& text : texts::over<std::string>("19.- ", 7)) {
-        ASSERT_EQ(parsed_by_a_used_object(text), model_parsed(text)) << text;
+        ASSERT_EQ(parsed_by_a_used_object(text), version_model::parsed(text)) << text;
     }
     for (const std::string& text :
          sequences_of({"7", "0", ".", "build ", "build", " ", "-2147483649"}, 5)) {
-        ASSERT_EQ(parsed_by_a_used_object(text), model_parsed(text)) << text;
+        ASSERT_EQ(parsed_by_a_used_object(text), version_model::parsed(text)) << text;
     }
 }
 
@@ -325,18 +291,6 @@ TEST(VersionFailure, OfAnAllocationLeavesTheNumbersAsTheyWere) {
 namespace {
 
 constexpr int GRANULARITIES[] = {INT_MIN, -2, -1, 0, 1, 2, 3, 4, 5, 9, 256, INT_MAX};
-
-// The signs, weighted so that one outweighs all that follow.
-int model_compare(const Numbers& a, const Numbers& b, int granularity) {
-    const int last = granularity < 0 || granularity > 3 ? 1 : granularity;
-    int sum = 0;
-    for (int i = 0; i <= last; ++i) {
-        const auto field = static_cast<std::size_t>(i);
-        const int weight = 8 >> i;
-        sum += a[field] > b[field] ? weight : a[field] < b[field] ? -weight : 0;
-    }
-    return sum > 0 ? 1 : sum < 0 ? -1 : 0;
-}
 
 // All versions with these numbers.
 std::vector<Numbers> versions_with(const std::initializer_list<std::int32_t>& values) {
@@ -418,14 +372,14 @@ TEST(VersionCompare, AgreesWithTheWeightedSigns) {
                 for (const int granularity : GRANULARITIES) {
                     ASSERT_EQ(
                         version.compare(other, static_cast<Version::granularity>(granularity)),
-                        model_compare(a, b, granularity))
+                        version_model::compare(a, b, granularity))
                         << testing::PrintToString(a) << '/' << testing::PrintToString(b) << " at "
                         << granularity;
                 }
-                ASSERT_EQ(version.compare_major(other), model_compare(a, b, 0));
-                ASSERT_EQ(version.compare_minor(other), model_compare(a, b, 1));
-                ASSERT_EQ(version.compare_patch(other), model_compare(a, b, 2));
-                ASSERT_EQ(version.compare_build(other), model_compare(a, b, 3));
+                ASSERT_EQ(version.compare_major(other), version_model::compare(a, b, 0));
+                ASSERT_EQ(version.compare_minor(other), version_model::compare(a, b, 1));
+                ASSERT_EQ(version.compare_patch(other), version_model::compare(a, b, 2));
+                ASSERT_EQ(version.compare_build(other), version_model::compare(a, b, 3));
             }
         }
     }

@@ -10,6 +10,7 @@
 //   what happens without memory           AddressMapAllocations.*
 //   the example of the header             AddressMapUsage.*
 
+#include "support/address_map_model.hpp"
 #include "support/allocation.hpp"
 #include "support/files.hpp"
 #include "support/small_stack.hpp"
@@ -52,16 +53,14 @@ using nuriccl::AddressMap;
 
 using Addresses = std::vector<std::string>;
 using Base = std::map<std::string, Addresses, nuriccl::string::CaseInsensitiveCompare>;
-using Entry = std::pair<std::string, Addresses>;
+using address_map_model::entries_of;
+using address_map_model::Entry;
 
 AddressMap map_of(std::initializer_list<Base::value_type> entries) {
     AddressMap map;
     map.insert(entries.begin(), entries.end());
     return map;
 }
-
-// Entries with the spelling of their names, in the map's order.
-std::vector<Entry> entries_of(const AddressMap& map) { return {map.begin(), map.end()}; }
 
 std::string saved(const AddressMap& map) {
     std::ostringstream out;
@@ -77,56 +76,6 @@ AddressMap loaded(const std::string& text) {
     EXPECT_TRUE(in.eof());
     EXPECT_FALSE(in.bad());
     return map;
-}
-
-std::string upper(std::string text) {
-    nuriccl::string::NormalizeNameCaseInsensitive(text);
-    return text;
-}
-
-// An entry's line.
-std::string model_line(const Entry& entry) {
-    std::string line = entry.first + '|';
-    for (const std::string& address : entry.second) {
-        line += address + ',';
-    }
-    return line.substr(0, line.size() - 1) + '\n';
-}
-
-std::string model_saved(const AddressMap& map) {
-    std::string text;
-    for (const Entry& entry : entries_of(map)) {
-        text += model_line(entry);
-    }
-    return text;
-}
-
-// The entries in a text, by their upper-case names.
-std::vector<Entry> model_loaded(const std::string& text) {
-    std::map<std::string, Entry> entries;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        const std::size_t separator = line.find('|');
-        if (separator == std::string::npos) {
-            continue;
-        }
-        Addresses addresses;
-        std::string rest = line.substr(separator + 1);
-        if (!rest.empty()) {
-            rest += ',';
-            for (std::size_t end; (end = rest.find(',')) != std::string::npos;) {
-                addresses.push_back(rest.substr(0, end));
-                rest.erase(0, end + 1);
-            }
-        }
-        const std::string name = line.substr(0, separator);
-        entries.insert({upper(name), {name, addresses}});
-    }
-    std::vector<Entry> in_order;
-    for (const auto& [key, entry] : entries) {
-        in_order.push_back(entry);
-    }
-    return in_order;
 }
 
 // The number of an error of the address map, whose set and severity are always the same.
@@ -287,7 +236,7 @@ TEST(SaveToStream, AgreesWithTheModel) {
         for (const std::string& second : names) {
             for (const Addresses& addresses : lists) {
                 const AddressMap map = map_of({{first, addresses}, {second, {"a"}}});
-                ASSERT_EQ(saved(map), model_saved(map));
+                ASSERT_EQ(saved(map), address_map_model::saved(map));
             }
         }
     }
@@ -437,10 +386,12 @@ TEST(LoadFromStream, ReadsFromWhereTheStreamStandsToItsEnd) {
 
 TEST(LoadFromStream, AgreesWithTheModel) {
     for (const std::string& text : texts::over<std::string>("aA|,\n", 7)) {
-        ASSERT_EQ(entries_of(loaded(text)), model_loaded(text)) << testing::PrintToString(text);
+        ASSERT_EQ(entries_of(loaded(text)), address_map_model::loaded(text))
+            << testing::PrintToString(text);
     }
     for (const std::string& text : texts::over<std::string>(std::string("a_|,\n\r \0", 8), 4)) {
-        ASSERT_EQ(entries_of(loaded(text)), model_loaded(text)) << testing::PrintToString(text);
+        ASSERT_EQ(entries_of(loaded(text)), address_map_model::loaded(text))
+            << testing::PrintToString(text);
     }
 }
 
@@ -448,7 +399,8 @@ TEST(LoadFromStream, KnowsEveryByte) {
     for (const char c : texts::all_bytes()) {
         const std::string text =
             std::string{'x', c, '|', 'y', c, ',', 'z', '\n'} + c + "|" + c + '\n' + c;
-        ASSERT_EQ(entries_of(loaded(text)), model_loaded(text)) << testing::PrintToString(text);
+        ASSERT_EQ(entries_of(loaded(text)), address_map_model::loaded(text))
+            << testing::PrintToString(text);
     }
 }
 
@@ -493,7 +445,7 @@ TEST(RoundTrip, KeepsMapsOfOrdinaryTexts) {
             }
         }
         const std::string text = saved(map);
-        ASSERT_EQ(text, model_saved(map));
+        ASSERT_EQ(text, address_map_model::saved(map));
         ASSERT_EQ(entries_of(loaded(text)), entries_of(map)) << testing::PrintToString(text);
     }
 }
@@ -603,7 +555,7 @@ TEST(BadStream, EndsTheLoadingAndLeavesTheEntriesSoFar) {
         std::istream in(&source);
         AddressMap map = map_of({{"earlier", {"entry"}}});
         EXPECT_EQ(failure_of_load(map, in), READING) << limit;
-        EXPECT_EQ(entries_of(map), model_loaded(whole_lines)) << limit;
+        EXPECT_EQ(entries_of(map), address_map_model::loaded(whole_lines)) << limit;
     }
 }
 
@@ -714,7 +666,7 @@ TEST(SaveToFile, WritesALargeMap) {
                                   std::string(static_cast<std::size_t>(i), 'y')};
     }
     map.Save(base / "map");
-    EXPECT_TRUE(contents_of(base / "map") == model_saved(map));
+    EXPECT_TRUE(contents_of(base / "map") == address_map_model::saved(map));
     AddressMap copy;
     copy.Load(base / "map");
     EXPECT_TRUE(copy == map);
@@ -951,17 +903,17 @@ TEST(AddressMapAllocations, AFailedOneLeavesTheLinesThatWereWritten) {
     Sink sink;
     std::ostream out(&sink);
     const auto check = [&] {
-        EXPECT_EQ(sink.text(), model_saved(LONG_MAP).substr(0, sink.text().size()));
+        EXPECT_EQ(sink.text(), address_map_model::saved(LONG_MAP).substr(0, sink.text().size()));
         EXPECT_TRUE(sink.text().empty() || sink.text().back() == '\n') << sink.text();
         EXPECT_TRUE(out.good());
         sink.clear();
     };
     EXPECT_GT(allocation::fail_each([&] { LONG_MAP.Save(out); }, check), 0U);
-    EXPECT_EQ(sink.text(), model_saved(LONG_MAP));
+    EXPECT_EQ(sink.text(), address_map_model::saved(LONG_MAP));
 }
 
 TEST(AddressMapAllocations, AFailedOneLeavesTheEntriesSoFar) {
-    const std::string text = model_saved(LONG_MAP);
+    const std::string text = address_map_model::saved(LONG_MAP);
     std::istringstream in(text);
     AddressMap map;
     const auto check = [&] {
@@ -980,7 +932,7 @@ TEST(AddressMapAllocations, AFailedOneLeavesNoFileOpen) {
     const int descriptor = next_descriptor();
     const auto save = [&] { expect_bad_alloc_or(WRITING, [&] { LONG_MAP.Save(name); }); };
     EXPECT_GT(allocation::fail_each(save, [&] { EXPECT_EQ(next_descriptor(), descriptor); }), 0U);
-    EXPECT_EQ(contents_of(name), model_saved(LONG_MAP));
+    EXPECT_EQ(contents_of(name), address_map_model::saved(LONG_MAP));
 
     AddressMap map = THREE_LINES;
     const auto check = [&] {

@@ -31,6 +31,7 @@
 #include "support/files.hpp"
 #include "support/locale.hpp"
 #include "support/lstat.hpp"
+#include "support/path_model.hpp"
 #include "support/texts.hpp"
 
 #include <nuriccl/filenamehelper.hpp>
@@ -55,14 +56,9 @@ namespace {
 using nuriccl::FilenameHelper;
 namespace Encoding = nuriccl::Encoding;
 
-template <class Char>
-using Text = std::basic_string<Char>;
-
-// The same ASCII text in either width.
-template <class Char>
-Text<Char> text(std::string_view ascii) {
-    return {ascii.begin(), ascii.end()};
-}
+using path_model::Parts;
+using path_model::Text;
+using path_model::text;
 
 std::wstring widened(std::string_view ascii) { return text<wchar_t>(ascii); }
 
@@ -119,210 +115,6 @@ void expect_each(std::initializer_list<Case> cases, Function function) {
     for (const Case& c : cases) {
         EXPECT_EQ(function(text<Char>(c.path)), text<Char>(c.expected)) << c.path;
     }
-}
-
-// Models: what the functions do, one step after the other
-
-template <class Char>
-Text<Char> or_slash(const Text<Char>& sep) {
-    return sep.empty() ? text<Char>("/") : sep;
-}
-
-template <class Char>
-bool begins_with_unc_marker(const Text<Char>& path) {
-    return path.size() >= 2 && path[0] == Char('\\') && path[1] == Char('\\');
-}
-
-// Searches from the start each time. What takes more steps than could ever be needed never ends:
-// then nothing is done.
-template <class Char>
-Text<Char> squeezed_step_by_step(const Text<Char>& path, const Text<Char>& sep) {
-    Text<Char> work = path;
-    const bool unc = begins_with_unc_marker(work);
-    if (unc) {
-        work.erase(0, 2);
-    }
-    const Text<Char> single = or_slash(sep);
-    const Text<Char> doubled = single + single;
-    std::size_t steps_left = 4 * path.size();
-    for (std::size_t found; (found = work.find(doubled)) != Text<Char>::npos; --steps_left) {
-        if (steps_left == 0) {
-            return path;
-        }
-        work.replace(found, 2, single);
-    }
-    return unc ? text<Char>("\\\\") + work : work;
-}
-
-// The same for a separator of one character, in one pass.
-template <class Char>
-Text<Char> squeezed_in_one_pass(const Text<Char>& path, const Text<Char>& sep) {
-    const Char separator = or_slash(sep)[0];
-    const std::size_t start = begins_with_unc_marker(path) ? 2 : 0;
-    Text<Char> result = path.substr(0, start);
-    bool separated = false;
-    for (std::size_t i = start; i < path.size(); ++i) {
-        if (path[i] != separator || !separated) {
-            result += path[i];
-        }
-        separated = path[i] == separator;
-    }
-    return result;
-}
-
-template <class Char>
-Text<Char> model_squeeze(const Text<Char>& path, const Text<Char>& sep = {}) {
-    return sep.size() <= 1 && path.size() > 1000 ? squeezed_in_one_pass(path, sep)
-                                                 : squeezed_step_by_step(path, sep);
-}
-
-template <class Char>
-Text<Char> model_chop(const Text<Char>& path) {
-    if (path.empty()) {
-        return path;
-    }
-    if (path.back() == Char('/')) {
-        const Text<Char> squeezed = model_squeeze(path);
-        return squeezed.substr(0, squeezed.size() - 1);
-    }
-    return path;
-}
-
-template <class Char>
-Text<Char> model_plain_join(const Text<Char>& dir, const Text<Char>& name, const Text<Char>& sep) {
-    const Text<Char> s = or_slash(sep);
-    if (dir.empty()) {
-        return name.empty() ? s : s + name;
-    }
-    return name.empty() ? dir + s : dir + s + name;
-}
-
-std::string model_join(const std::string& dir, const std::string& name, const std::string& sep) {
-    return model_squeeze(model_plain_join(dir, name, sep), sep);
-}
-
-std::wstring model_join(const std::wstring& dir, const std::wstring& name,
-                        const std::wstring& sep) {
-    return model_plain_join(dir, name, sep);
-}
-
-template <class Char>
-Text<Char> model_append_separator(const Text<Char>& path, const Text<Char>& sep) {
-    const Text<Char> s = or_slash(sep);
-    if (path.empty()) {
-        return s;
-    }
-    return Text<Char>(1, path.back()) == s ? path : path + s;
-}
-
-template <class Char>
-Text<Char> model_dir_name(const Text<Char>& path) {
-    const Text<Char> chopped = model_chop(path);
-    for (std::size_t p = chopped.size(); p-- > 0;) {
-        if (chopped[p] == Char('/')) {
-            return chopped.substr(0, p + 1);
-        }
-    }
-    return {};
-}
-
-constexpr std::size_t NONE = static_cast<std::size_t>(-1);
-
-template <class Char>
-std::size_t model_marker(const Text<Char>& path) {
-    const Text<Char> marker = text<Char>("/./");
-    const auto found = std::search(path.begin(), path.end(), marker.begin(), marker.end());
-    return found == path.end() ? NONE : static_cast<std::size_t>(found - path.begin());
-}
-
-template <class Char>
-Text<Char> model_append_marker(const Text<Char>& path) {
-    return model_marker(path) != NONE ? path : model_join(path, text<Char>("/./"), {});
-}
-
-template <class Char>
-Text<Char> model_insert_marker(const Text<Char>& path) {
-    if (model_marker(path) != NONE) {
-        return path;
-    }
-    for (std::size_t p = path.size(); p-- > 0;) {
-        if (path[p] == Char('/')) {
-            return model_squeeze(path.substr(0, p) + text<Char>("/./") + path.substr(p));
-        }
-    }
-    return model_append_marker(path);
-}
-
-template <class Char>
-Text<Char> model_remove_marker(const Text<Char>& path) {
-    const std::size_t p = model_marker(path);
-    return p == NONE ? path : path.substr(0, p) + path.substr(p + 2);
-}
-
-template <class Char>
-Text<Char> model_select_all(const Text<Char>& path) {
-    return model_join(model_append_marker(path), text<Char>("*"), {});
-}
-
-using Parts = std::list<std::string>;
-
-Parts model_split(const std::string& path) {
-    Parts parts;
-    for (std::size_t i = 0; i < path.size();) {
-        if (path[i] == '/') {
-            if (i == 0) {
-                parts.push_back("/");
-            }
-            ++i;
-            continue;
-        }
-        const std::size_t next = path.find('/', i);
-        if (next == std::string::npos) {
-            parts.push_back(path.substr(i));
-            break;
-        }
-        parts.push_back(path.substr(i, next - i));
-        i = next + 1;
-    }
-    return parts;
-}
-
-// Removes components while it walks over the list.
-void model_cancel(Parts& parts) {
-    unsigned int cancellable = 0;
-    for (auto part = parts.begin(); part != parts.end();) {
-        if (*part == "." || part->empty()) {
-            part = parts.erase(part);
-        } else if (*part == "/" && part != parts.begin()) {
-            part = parts.erase(part);
-        } else if (*part == ".." && cancellable >= 1) {
-            const auto following = parts.erase(part);
-            const auto before = std::prev(following);
-            if (before == parts.begin()) {
-                part = before;
-            } else {
-                --cancellable;
-                parts.erase(before);
-                part = following;
-            }
-        } else {
-            cancellable += *part == ".." ? 0 : 1;
-            ++part;
-        }
-    }
-}
-
-std::string model_squeeze_filename(const std::string& path) {
-    Parts parts = model_split(path);
-    model_cancel(parts);
-    std::string result;
-    for (auto part = parts.begin(); part != parts.end(); ++part) {
-        if (part != parts.begin() && result != "/") {
-            result += '/';
-        }
-        result += *part;
-    }
-    return result;
 }
 
 Parts split(const std::string& path) {
@@ -670,9 +462,10 @@ TYPED_TEST(RecurseMarker, IsRemovedOnceWithItsFirstTwoCharacters) {
 
 TYPED_TEST(RecurseMarker, AgreesWithTheModelForAllShortNames) {
     for (const auto& path : short_names<TypeParam>()) {
-        const bool expected = model_marker(path) != NONE;
+        const bool expected = path_model::marker(path) != path_model::NONE;
         ASSERT_EQ(FilenameHelper::hasRecurseMarker(path), expected) << path;
-        ASSERT_EQ(FilenameHelper::removeRecurseMarker(path), model_remove_marker(path)) << path;
+        ASSERT_EQ(FilenameHelper::removeRecurseMarker(path), path_model::remove_marker(path))
+            << path;
     }
 }
 
@@ -714,16 +507,19 @@ TEST(MarkerIsLast, MayBeNull) {
 
 TEST(MarkerIsLast, AgreesWithTheModelForAllShortNames) {
     for (const std::string& path : short_names<char>()) {
-        const std::size_t marker = model_marker(path);
+        const std::size_t marker = path_model::marker(path);
         for (const bool before : {false, true}) {
-            const bool expected = marker != NONE ? path.rfind('/') - marker == 2 : before;
+            const bool expected =
+                marker != path_model::NONE ? path.rfind('/') - marker == 2 : before;
             for (const bool ignored : {false, true}) {
                 bool flag = before;
-                ASSERT_EQ(FilenameHelper::hasRecurseMarker(path, &flag, ignored), marker != NONE);
+                ASSERT_EQ(FilenameHelper::hasRecurseMarker(path, &flag, ignored),
+                          marker != path_model::NONE);
                 ASSERT_EQ(flag, expected) << path;
-                ASSERT_EQ(FilenameHelper::hasRecurseMarker(path, nullptr, ignored), marker != NONE);
+                ASSERT_EQ(FilenameHelper::hasRecurseMarker(path, nullptr, ignored),
+                          marker != path_model::NONE);
                 ASSERT_EQ(FilenameHelper::removeRecurseMarker(path, ignored),
-                          model_remove_marker(path));
+                          path_model::remove_marker(path));
             }
         }
     }
@@ -861,20 +657,6 @@ TEST(DevicePaths, HaveBackslashes) {
 
 // Alternate data streams
 
-namespace {
-
-template <class Char>
-Text<Char> model_without_stream(const Text<Char>& path) {
-    for (std::size_t p = 1; p < path.size(); ++p) {
-        if (path[p] == Char(':')) {
-            return path.substr(0, p);
-        }
-    }
-    return path;
-}
-
-} // namespace
-
 TEST(AltStreamName, EndsAtTheFirstColonBehindTheFirstCharacter) {
     for (const Case& c : {
              Case{"file.txt:stream", "file.txt"},
@@ -897,7 +679,7 @@ TEST(AltStreamName, EndsAtTheFirstColonBehindTheFirstCharacter) {
 
 TEST(AltStreamName, AgreesWithTheModelForAllShortNames) {
     for (const std::string& path : texts::over<std::string>(":a/\\", 6)) {
-        const std::string expected = model_without_stream(path);
+        const std::string expected = path_model::without_stream(path);
         ASSERT_EQ(FilenameHelper::convertAltStreamName(path), expected) << path;
         ASSERT_EQ(FilenameHelper::convertAltStreamName(widened(path)), expected) << path;
     }
@@ -973,17 +755,6 @@ TYPED_TEST(Wildcards, AreFoundInAllShortNames) {
     }
 }
 
-namespace {
-
-std::string model_without_wildcards(std::string path) {
-    for (std::size_t p; (p = path.find_first_of("*?")) != std::string::npos;) {
-        path.erase(p, 1);
-    }
-    return path;
-}
-
-} // namespace
-
 TEST(RemoveWildcards, ErasesEveryOne) {
     for (const Case& c :
          {Case{"*.?x*", ".x"}, Case{"", ""}, Case{"*", ""}, Case{"?*?*", ""}, Case{"a", "a"},
@@ -994,14 +765,14 @@ TEST(RemoveWildcards, ErasesEveryOne) {
 
 TEST(RemoveWildcards, AgreesWithTheModelForAllShortNames) {
     for (const std::string& path : texts::over<std::string>("*?a/", 6)) {
-        ASSERT_EQ(FilenameHelper::removeWildcardMarker(path), model_without_wildcards(path))
+        ASSERT_EQ(FilenameHelper::removeWildcardMarker(path), path_model::without_wildcards(path))
             << path;
     }
 }
 
 TEST(RemoveWildcards, LeavesEveryOtherByte) {
     const std::string all = texts::all_bytes();
-    EXPECT_EQ(FilenameHelper::removeWildcardMarker(all), model_without_wildcards(all));
+    EXPECT_EQ(FilenameHelper::removeWildcardMarker(all), path_model::without_wildcards(all));
     EXPECT_EQ(FilenameHelper::removeWildcardMarker(all).size(), 254U);
     EXPECT_EQ(all, texts::all_bytes());
 }
@@ -1052,9 +823,9 @@ TYPED_TEST(Squeeze, AgreesWithTheModelForSeparatorsOfOneCharacter) {
     separators.emplace_back(1, look_alike<TypeParam>());
     for (const auto& path : short_names<TypeParam>()) {
         for (const auto& sep : separators) {
-            const auto expected = squeezed_step_by_step(path, sep);
+            const auto expected = path_model::squeezed_step_by_step(path, sep);
             ASSERT_EQ(FilenameHelper::squeeze(path, sep), expected) << path << ' ' << sep;
-            ASSERT_EQ(squeezed_in_one_pass(path, sep), expected) << path << ' ' << sep;
+            ASSERT_EQ(path_model::squeezed_in_one_pass(path, sep), expected) << path << ' ' << sep;
         }
         ASSERT_EQ(FilenameHelper::squeeze(path), FilenameHelper::squeeze(path, {})) << path;
     }
@@ -1096,7 +867,8 @@ TYPED_TEST(Squeeze, AgreesWithTheModelForSeparatorsOfSeveralCharacters) {
         const auto paths = texts::over(letters, static_cast<std::size_t>(longest_path));
         for (const auto& sep : texts::over(letters, static_cast<std::size_t>(longest_sep))) {
             for (const auto& path : paths) {
-                ASSERT_EQ(FilenameHelper::squeeze(path, sep), squeezed_step_by_step(path, sep))
+                ASSERT_EQ(FilenameHelper::squeeze(path, sep),
+                          path_model::squeezed_step_by_step(path, sep))
                     << path << ' ' << sep;
             }
         }
@@ -1123,7 +895,7 @@ TYPED_TEST(Squeeze, AgreesWithTheModelForRandomPaths) {
             const std::size_t start = below(sep.size());
             path += below(2) == 0 ? sep + sep : sep.substr(start, 1 + below(sep.size()));
         }
-        ASSERT_EQ(FilenameHelper::squeeze(path, sep), squeezed_step_by_step(path, sep))
+        ASSERT_EQ(FilenameHelper::squeeze(path, sep), path_model::squeezed_step_by_step(path, sep))
             << path << ' ' << sep;
     }
 }
@@ -1153,7 +925,7 @@ TYPED_TEST(ChopSeparator, SqueezesOnlyWhatEndsInASeparator) {
 
 TYPED_TEST(ChopSeparator, AgreesWithTheModelForAllShortNames) {
     for (const auto& path : short_names<TypeParam>()) {
-        ASSERT_EQ(FilenameHelper::chopSeparator(path), model_chop(path)) << path;
+        ASSERT_EQ(FilenameHelper::chopSeparator(path), path_model::chop(path)) << path;
     }
 }
 
@@ -1189,10 +961,12 @@ TYPED_TEST(AppendSeparator, AgreesWithTheModelForAllShortNames) {
     const auto separators = texts::over<Text<TypeParam>>(text<TypeParam>("/\\a"), 2);
     for (const auto& path : short_names<TypeParam>()) {
         for (const auto& sep : separators) {
-            ASSERT_EQ(FilenameHelper::appendSeparator(path, sep), model_append_separator(path, sep))
+            ASSERT_EQ(FilenameHelper::appendSeparator(path, sep),
+                      path_model::append_separator(path, sep))
                 << path << ' ' << sep;
         }
-        ASSERT_EQ(FilenameHelper::appendSeparator(path), model_append_separator(path, {})) << path;
+        ASSERT_EQ(FilenameHelper::appendSeparator(path), path_model::append_separator(path, {}))
+            << path;
     }
 }
 
@@ -1217,7 +991,7 @@ TYPED_TEST(GetDirName, EndsInFrontOfTheLastComponent) {
 
 TYPED_TEST(GetDirName, AgreesWithTheModelForAllShortNames) {
     for (const auto& path : short_names<TypeParam>()) {
-        ASSERT_EQ(FilenameHelper::getDirName(path), model_dir_name(path)) << path;
+        ASSERT_EQ(FilenameHelper::getDirName(path), path_model::dir_name(path)) << path;
     }
 }
 
@@ -1280,10 +1054,10 @@ TYPED_TEST(JoinBoth, AgreesWithTheModelForAllShortNames) {
     for (const auto& dir : names) {
         for (const auto& name : names) {
             for (const auto& sep : separators) {
-                ASSERT_EQ(FilenameHelper::join(dir, name, sep), model_join(dir, name, sep))
+                ASSERT_EQ(FilenameHelper::join(dir, name, sep), path_model::join(dir, name, sep))
                     << dir << ' ' << name << ' ' << sep;
             }
-            ASSERT_EQ(FilenameHelper::join(dir, name), model_join(dir, name, {}));
+            ASSERT_EQ(FilenameHelper::join(dir, name), path_model::join(dir, name, {}));
         }
     }
 }
@@ -1342,8 +1116,9 @@ TEST(Composing, SelectsAllBelowAPath) {
 
 TEST(Composing, IgnoresTheFlag) {
     for (const std::string& path : texts::over<std::string>("/.a", 5)) {
-        ASSERT_EQ(FilenameHelper::appendRecurseMarker(path, true), model_append_marker(path));
-        ASSERT_EQ(FilenameHelper::appendRecurseMarker(path, false), model_append_marker(path));
+        ASSERT_EQ(FilenameHelper::appendRecurseMarker(path, true), path_model::append_marker(path));
+        ASSERT_EQ(FilenameHelper::appendRecurseMarker(path, false),
+                  path_model::append_marker(path));
     }
 }
 
@@ -1351,9 +1126,11 @@ NURICCL_TEST_BOTH_WIDTHS(ComposingBoth);
 
 TYPED_TEST(ComposingBoth, AgreesWithTheModelForAllShortNames) {
     for (const auto& path : short_names<TypeParam>()) {
-        ASSERT_EQ(FilenameHelper::appendRecurseMarker(path), model_append_marker(path)) << path;
-        ASSERT_EQ(FilenameHelper::insertRecurseMarker(path), model_insert_marker(path)) << path;
-        ASSERT_EQ(FilenameHelper::selectAllBelowPath(path), model_select_all(path)) << path;
+        ASSERT_EQ(FilenameHelper::appendRecurseMarker(path), path_model::append_marker(path))
+            << path;
+        ASSERT_EQ(FilenameHelper::insertRecurseMarker(path), path_model::insert_marker(path))
+            << path;
+        ASSERT_EQ(FilenameHelper::selectAllBelowPath(path), path_model::select_all(path)) << path;
     }
 }
 
@@ -1375,10 +1152,10 @@ TEST(SplitFilename, GivesTheRootAndTheNamesBetweenSeparators) {
 
 TEST(SplitFilename, AgreesWithTheModelForAllShortNames) {
     for (const std::string& path : short_names<char>()) {
-        ASSERT_EQ(split(path), model_split(path)) << path;
+        ASSERT_EQ(split(path), path_model::split(path)) << path;
     }
     for (const std::string& path : texts::over<std::string>("/a", 11)) {
-        ASSERT_EQ(split(path), model_split(path)) << path;
+        ASSERT_EQ(split(path), path_model::split(path)) << path;
     }
 }
 
@@ -1472,10 +1249,10 @@ TEST(SqueezeFilename, TellsWhetherTheLengthHasChanged) {
 
 TEST(SqueezeFilename, AgreesWithTheModelForAllShortNames) {
     for (const std::string& path : texts::over<std::string>("/.a", 10)) {
-        ASSERT_EQ(squeezed_filename(path), model_squeeze_filename(path)) << path;
+        ASSERT_EQ(squeezed_filename(path), path_model::squeeze_filename(path)) << path;
     }
     for (const std::string& path : short_names<char>()) {
-        ASSERT_EQ(squeezed_filename(path), model_squeeze_filename(path)) << path;
+        ASSERT_EQ(squeezed_filename(path), path_model::squeeze_filename(path)) << path;
     }
 }
 
@@ -1487,7 +1264,7 @@ TEST(SqueezeFilename, AgreesWithTheModelForAllShortSequencesOfComponents) {
             for (const char which : sequence) {
                 path.append(components[which - '0']).append("/");
             }
-            ASSERT_EQ(squeezed_filename(path), model_squeeze_filename(path)) << path;
+            ASSERT_EQ(squeezed_filename(path), path_model::squeeze_filename(path)) << path;
         }
     }
 }
@@ -1505,7 +1282,7 @@ TEST(SqueezeFilename, AgreesWithTheModelForRandomPaths) {
         if (!path.empty() && random() % 2 == 0) {
             path.pop_back();
         }
-        ASSERT_EQ(squeezed_filename(path), model_squeeze_filename(path)) << path;
+        ASSERT_EQ(squeezed_filename(path), path_model::squeeze_filename(path)) << path;
     }
 }
 
@@ -1862,10 +1639,10 @@ TYPED_TEST(LongNamesBoth, AreSqueezedAndChopped) {
     for (const std::string_view shape : SHAPES) {
         SCOPED_TRACE(shape);
         const auto path = longest<TypeParam>(shape);
-        EXPECT_EQ(FilenameHelper::squeeze(path), model_squeeze(path));
-        EXPECT_EQ(FilenameHelper::chopSeparator(path), model_chop(path));
-        EXPECT_EQ(FilenameHelper::appendSeparator(path), model_append_separator(path, {}));
-        EXPECT_EQ(FilenameHelper::getDirName(path), model_dir_name(path));
+        EXPECT_EQ(FilenameHelper::squeeze(path), path_model::squeeze(path));
+        EXPECT_EQ(FilenameHelper::chopSeparator(path), path_model::chop(path));
+        EXPECT_EQ(FilenameHelper::appendSeparator(path), path_model::append_separator(path, {}));
+        EXPECT_EQ(FilenameHelper::getDirName(path), path_model::dir_name(path));
     }
 }
 
@@ -1873,10 +1650,10 @@ TYPED_TEST(LongNamesBoth, AreComposed) {
     for (const std::string_view shape : SHAPES) {
         SCOPED_TRACE(shape);
         const auto path = longest<TypeParam>(shape);
-        EXPECT_EQ(FilenameHelper::join(path, path), model_join(path, path, {}));
-        EXPECT_EQ(FilenameHelper::appendRecurseMarker(path), model_append_marker(path));
-        EXPECT_EQ(FilenameHelper::insertRecurseMarker(path), model_insert_marker(path));
-        EXPECT_EQ(FilenameHelper::selectAllBelowPath(path), model_select_all(path));
+        EXPECT_EQ(FilenameHelper::join(path, path), path_model::join(path, path, {}));
+        EXPECT_EQ(FilenameHelper::appendRecurseMarker(path), path_model::append_marker(path));
+        EXPECT_EQ(FilenameHelper::insertRecurseMarker(path), path_model::insert_marker(path));
+        EXPECT_EQ(FilenameHelper::selectAllBelowPath(path), path_model::select_all(path));
     }
 }
 
@@ -1884,8 +1661,9 @@ TYPED_TEST(LongNamesBoth, AreClassified) {
     for (const std::string_view shape : SHAPES) {
         SCOPED_TRACE(shape);
         const auto path = longest<TypeParam>(shape);
-        EXPECT_EQ(FilenameHelper::hasRecurseMarker(path), model_marker(path) != NONE);
-        EXPECT_EQ(FilenameHelper::removeRecurseMarker(path), model_remove_marker(path));
+        EXPECT_EQ(FilenameHelper::hasRecurseMarker(path),
+                  path_model::marker(path) != path_model::NONE);
+        EXPECT_EQ(FilenameHelper::removeRecurseMarker(path), path_model::remove_marker(path));
         EXPECT_EQ(FilenameHelper::isRelative(path), shape[0] != '/');
         EXPECT_FALSE(FilenameHelper::isDevice(path));
         EXPECT_FALSE(FilenameHelper::isUNCDevicePath(path));
@@ -1899,7 +1677,7 @@ TYPED_TEST(LongNamesBoth, LoseTheirStreams) {
     for (const std::string_view shape : {":", "a", "a:b/"}) {
         const std::string narrow = longest<char>(shape);
         EXPECT_EQ(FilenameHelper::convertAltStreamName(longest<TypeParam>(shape)),
-                  model_without_stream(narrow));
+                  path_model::without_stream(narrow));
         EXPECT_EQ(
             FilenameHelper::convertAltStreamName(longest<TypeParam>("a") + longest<TypeParam>(":")),
             longest<char>("a"));
@@ -2094,13 +1872,13 @@ TEST(Allocations, AFailedOneLeavesTheFilenameAsItWas) {
         EXPECT_GT(allocation::fail_each([&] { FilenameHelper::squeeze_filename(path); },
                                         [&] { EXPECT_EQ(path, before); }),
                   0U);
-        EXPECT_EQ(path, model_squeeze_filename(before));
+        EXPECT_EQ(path, path_model::squeeze_filename(before));
     }
 }
 
 TEST(Allocations, AFailedOneLeavesTheComponentsSoFar) {
     const std::string path = "/a/" + LONG_NAME + "b/c/" + LONG_NAME;
-    const Parts expected = model_split(path);
+    const Parts expected = path_model::split(path);
     Parts parts;
     std::vector<std::size_t> sizes;
     allocation::fail_each([&] { FilenameHelper::split_filename(path, parts); },

@@ -31,7 +31,9 @@
 #include "support/guarded.hpp"
 #include "support/locale.hpp"
 #include "support/small_stack.hpp"
+#include "support/text_model.hpp"
 #include "support/texts.hpp"
+#include "support/words_model.hpp"
 
 #include <nuriccl/string.hpp>
 
@@ -141,25 +143,6 @@ std::string cropped(Crop crop, std::string text, const std::string& set) {
     return text;
 }
 
-// One character at a time.
-std::string model_crop_left(std::string text, const std::string& set) {
-    while (!text.empty() && contains(set, text.front())) {
-        text.erase(0, 1);
-    }
-    return text;
-}
-
-std::string model_crop_right(std::string text, const std::string& set) {
-    while (!text.empty() && contains(set, text.back())) {
-        text.pop_back();
-    }
-    return text;
-}
-
-std::string model_crop_both(const std::string& text, const std::string& set) {
-    return model_crop_right(model_crop_left(text, set), set);
-}
-
 // Crop and trim against a model: every text of up to 5 of three characters with every set of up to
 // 3.
 void expect_like_model(Crop crop, Trim trim,
@@ -191,7 +174,7 @@ TEST(CropLeft, EmptiesATextOfSetCharacters) {
 TEST(CropLeft, RemovesNothingForAnEmptySet) { EXPECT_EQ(cropped(ns::crop_left, "  a", ""), "  a"); }
 
 TEST(CropLeft, AgreesWithTheModel) {
-    expect_like_model(ns::crop_left, ns::trim_left, model_crop_left);
+    expect_like_model(ns::crop_left, ns::trim_left, text_model::crop_left);
 }
 
 TEST(CropRight, RemovesTheTrailingRun) {
@@ -211,7 +194,7 @@ TEST(CropRight, RemovesNothingForAnEmptySet) {
 }
 
 TEST(CropRight, AgreesWithTheModel) {
-    expect_like_model(ns::crop_right, ns::trim_right, model_crop_right);
+    expect_like_model(ns::crop_right, ns::trim_right, text_model::crop_right);
 }
 
 TEST(CropBoth, RemovesBothRunsAndKeepsWhatIsInside) {
@@ -223,7 +206,7 @@ TEST(CropBoth, RemovesBothRunsAndKeepsWhatIsInside) {
 
 TEST(CropBoth, AgreesWithTheModel) {
     expect_like_model(ns::crop_both, ns::trim_both, [](std::string text, const std::string& set) {
-        return model_crop_both(text, set);
+        return text_model::crop_both(text, set);
     });
 }
 
@@ -270,23 +253,6 @@ TEST(Trim, TakesTheTextAsItsOwnSet) {
 // Search, replace and span
 
 namespace {
-
-// Left to right, one position at a time.
-std::pair<bool, std::string> model_replace(const std::string& text, const std::string& from,
-                                           const std::string& to) {
-    bool found = false;
-    std::string result;
-    for (std::size_t position = 0; position < text.size();) {
-        if (text.compare(position, from.size(), from) == 0) {
-            found = true;
-            result += to;
-            position += from.size();
-        } else {
-            result += text[position++];
-        }
-    }
-    return {found, result};
-}
 
 std::pair<bool, std::string> replaced(std::string text, const std::string& from,
                                       const std::string& to) {
@@ -359,7 +325,7 @@ TEST(Replace, AgreesWithTheModel) {
         for (const std::string& from : froms) {
             for (const std::string& to : tos) {
                 if (!from.empty()) {
-                    ASSERT_EQ(replaced(text, from, to), model_replace(text, from, to))
+                    ASSERT_EQ(replaced(text, from, to), text_model::replace(text, from, to))
                         << text << '/' << from << '/' << to;
                 }
             }
@@ -430,32 +396,6 @@ TEST(SpanIncluding, AgreesWithTheModel) {
     }
 }
 
-namespace {
-
-// ASCII only, as in the classic locale.
-char model_upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-
-std::string model_upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) { return model_upper(c); });
-    return text;
-}
-
-int model_ifind(const std::string& haystack, const std::string& needle) {
-    for (std::size_t start = 0; start < haystack.size() && !needle.empty(); ++start) {
-        std::size_t matched = 0;
-        while (matched < needle.size() && start + matched < haystack.size() &&
-               model_upper(haystack[start + matched]) == model_upper(needle[matched])) {
-            ++matched;
-        }
-        if (matched == needle.size()) {
-            return static_cast<int>(start);
-        }
-    }
-    return -1;
-}
-
-} // namespace
-
 TEST(Ifind, FindsTheFirstOccurrenceRegardlessOfCase) {
     EXPECT_EQ(ns::ifind("Hello World", "WORLD"), 6);
     EXPECT_EQ(ns::ifind("Hello World", "hello"), 0);
@@ -497,7 +437,7 @@ TEST(Ifind, AgreesWithTheModel) {
     const std::vector<std::string> needles = texts::over<std::string>("aAb", 3);
     for (const std::string& haystack : texts::over<std::string>("aAb", 6)) {
         for (const std::string& needle : needles) {
-            ASSERT_EQ(ns::ifind(haystack, needle), model_ifind(haystack, needle))
+            ASSERT_EQ(ns::ifind(haystack, needle), text_model::ifind(haystack, needle))
                 << haystack << '/' << needle;
         }
     }
@@ -507,7 +447,7 @@ TEST(Ifind, FoldsOnlyAsciiLettersInTheClassicLocale) {
     for (const char a : texts::all_bytes()) {
         for (const char b : texts::all_bytes()) {
             ASSERT_EQ(ns::ifind(std::string(1, a), std::string(1, b)),
-                      model_upper(a) == model_upper(b) ? 0 : -1)
+                      text_model::upper(a) == text_model::upper(b) ? 0 : -1)
                 << int{to_byte(a)} << '/' << int{to_byte(b)};
         }
     }
@@ -566,7 +506,7 @@ TEST(Icompare, OrdersEveryPairOfBytesAsUnsignedUpperCase) {
         const scoped::CLocale locale(name);
         for (const char a : texts::all_bytes()) {
             for (const char b : texts::all_bytes()) {
-                const int expected = to_byte(model_upper(a)) - to_byte(model_upper(b));
+                const int expected = to_byte(text_model::upper(a)) - to_byte(text_model::upper(b));
                 ASSERT_EQ(sign(ns::icompare(std::string(1, a), std::string(1, b))), sign(expected))
                     << int{to_byte(a)} << '/' << int{to_byte(b)} << " in " << name;
             }
@@ -578,7 +518,8 @@ TEST(Icompare, AgreesWithTheModel) {
     const std::vector<std::string> texts = texts::over<std::string>("aAb_", 4);
     for (const std::string& a : texts) {
         for (const std::string& b : texts) {
-            ASSERT_EQ(sign(ns::icompare(a, b)), sign(model_upper(a).compare(model_upper(b))))
+            ASSERT_EQ(sign(ns::icompare(a, b)),
+                      sign(text_model::upper(a).compare(text_model::upper(b))))
                 << a << '/' << b;
         }
     }
@@ -725,7 +666,7 @@ TEST(Normalize, LeavesTheSourceUnchanged) {
 TEST(Normalize, ChangesOnlyAsciiLetters) {
     for (const char* const name : {"C", "C.UTF-8"}) {
         const scoped::CLocale locale(name);
-        EXPECT_EQ(normalised(texts::all_bytes()), model_upper(texts::all_bytes())) << name;
+        EXPECT_EQ(normalised(texts::all_bytes()), text_model::upper(texts::all_bytes())) << name;
     }
 }
 
@@ -915,8 +856,11 @@ TEST(Strlcpy, AgreesWithTheModel) {
 
 namespace {
 
-using Fields = std::vector<std::string>;
-using Pairs = std::map<std::string, std::string>;
+using words_model::Closed;
+using words_model::Count;
+using words_model::Fields;
+using words_model::Pairs;
+using words_model::ShellWord;
 
 constexpr std::size_t MANY = 1000000;
 
@@ -957,62 +901,11 @@ std::vector<std::string> random_texts() {
     return texts;
 }
 
-// Whether there was a word, the word, and where the cursor stands afterwards.
-using ShellWord = std::tuple<bool, std::string, std::size_t>;
-
 ShellWord read_word(const std::string& text, std::size_t position = 0) {
     const char* cursor = text.c_str() + position;
     std::string word = "what stood there before";
     const bool found = ns::unixshellstring_get_word(&cursor, word);
     return {found, word, cursor - text.c_str()};
-}
-
-bool is_white(char c) { return contains(" \t\n\v\f\r", c); }
-
-// What each kind of character does in each state; of a text without NULs.
-ShellWord model_word(const std::string& text, std::size_t position) {
-    while (position < text.size() && is_white(text[position])) {
-        ++position;
-    }
-    std::string word;
-    bool escaped = false;
-    char quote = 0;
-    for (; position < text.size(); ++position) {
-        const char c = text[position];
-        if (is_white(c)) {
-            if (!escaped && quote == 0) {
-                break;
-            }
-            word += c;
-            escaped = false;
-        } else if (c == '\\') {
-            if (escaped) {
-                word += c;
-            }
-            escaped = !escaped;
-        } else if (c == '"' || c == '\'') {
-            if (escaped || (quote != 0 && quote != c)) {
-                word += c;
-                escaped = false;
-            } else {
-                quote = quote == 0 ? c : '\0';
-            }
-        } else if (c == '=') {
-            if (!escaped && quote == 0) {
-                if (word.empty()) {
-                    word = "=";
-                    ++position;
-                }
-                break;
-            }
-            word += c;
-            escaped = false;
-        } else {
-            word += c;
-            escaped = false;
-        }
-    }
-    return {!word.empty(), word, position};
 }
 
 // Word by word to the end, and once more there. Empty words are passed over; each takes a character
@@ -1128,14 +1021,15 @@ TEST(ShellWord, TakesNullForTheEmptyText) {
 
 TEST(ShellWord, AgreesWithTheModel) {
     for (const std::string& text : texts::over<std::string>("a \t\\\"'=", 6)) {
-        ASSERT_EQ(words_by(read_word, text), words_by(model_word, text)) << shown(text);
+        ASSERT_EQ(words_by(read_word, text), words_by(words_model::word, text)) << shown(text);
     }
 }
 
 TEST(ShellWord, AgreesWithTheModelOnLongTexts) {
     for (const std::string& text : random_texts()) {
         const std::string c_string = without_nuls(text);
-        ASSERT_EQ(words_by(read_word, c_string), words_by(model_word, c_string)) << shown(c_string);
+        ASSERT_EQ(words_by(read_word, c_string), words_by(words_model::word, c_string))
+            << shown(c_string);
     }
 }
 
@@ -1145,7 +1039,7 @@ TEST(ShellWord, KnowsEveryByte) {
         const scoped::CLocale locale(name);
         for (const std::string& text : texts_of_every_byte()) {
             if (!contains(text, '\0')) {
-                ASSERT_EQ(words_by(read_word, text), words_by(model_word, text))
+                ASSERT_EQ(words_by(read_word, text), words_by(words_model::word, text))
                     << shown(text) << " in " << name;
             }
         }
@@ -1181,35 +1075,9 @@ TEST(ShellWord, TakesTextsOfAMillionCharactersAndWords) {
 
 namespace {
 
-using Count = std::pair<int, Pairs>;
-
 Count keyed_values(const std::string& text, Pairs pairs = {}) {
     const int count = ns::unixshellstring_get_keyed_values(text.c_str(), pairs);
     return {count, pairs};
-}
-
-Count model_keyed_values(const std::string& text, Pairs pairs = {}) {
-    int count = 0;
-    std::string key;
-    std::string previous;
-    bool separated = false;
-    std::size_t position = 0;
-    for (std::size_t number = 1;; ++number) {
-        const auto [found, word, end] = model_word(text, position);
-        if (!found) {
-            return {count, pairs};
-        }
-        if (number > 1 && separated) {
-            pairs.insert({key, word});
-            ++count;
-            separated = false;
-        } else if (number > 1 && word == "=") {
-            key = previous;
-            separated = true;
-        }
-        previous = word;
-        position = end;
-    }
 }
 
 } // namespace
@@ -1287,14 +1155,15 @@ TEST(KeyedValues, TakesAKeyOrAValueOfTheMapAsText) {
 TEST(KeyedValues, AgreesWithTheModel) {
     const Pairs before{{"a", "old"}};
     for (const std::string& text : texts::over<std::string>("ab='", 8)) {
-        ASSERT_EQ(keyed_values(text, before), model_keyed_values(text, before)) << shown(text);
+        ASSERT_EQ(keyed_values(text, before), words_model::keyed_values(text, before))
+            << shown(text);
     }
     for (const std::string& text : texts::over<std::string>("a \t\\\"'=", 5)) {
-        ASSERT_EQ(keyed_values(text), model_keyed_values(text)) << shown(text);
+        ASSERT_EQ(keyed_values(text), words_model::keyed_values(text)) << shown(text);
     }
     for (const std::string& text : random_texts()) {
         const std::string c_string = without_nuls(text);
-        ASSERT_EQ(keyed_values(c_string), model_keyed_values(c_string)) << shown(c_string);
+        ASSERT_EQ(keyed_values(c_string), words_model::keyed_values(c_string)) << shown(c_string);
     }
 }
 
@@ -1312,23 +1181,6 @@ namespace {
 Fields tokenized(const std::string& text, const std::string& delimiters) {
     Fields tokens{"what stood there before", ""};
     ns::tokenize(text, tokens, delimiters);
-    return tokens;
-}
-
-Fields model_tokenize(const std::string& text, const std::string& delimiters) {
-    Fields tokens;
-    std::string token;
-    for (const char c : text) {
-        if (!contains(delimiters, c)) {
-            token += c;
-        } else if (!token.empty()) {
-            tokens.push_back(token);
-            token.clear();
-        }
-    }
-    if (!token.empty()) {
-        tokens.push_back(token);
-    }
     return tokens;
 }
 
@@ -1365,19 +1217,20 @@ TEST(Tokenize, AgreesWithTheModel) {
     const std::vector<std::string> sets = texts::over<std::string>(std::string(" ,b\0", 4), 2);
     for (const std::string& text : texts::over<std::string>(std::string("a ,b\0", 5), 5)) {
         for (const std::string& set : sets) {
-            ASSERT_EQ(tokenized(text, set), model_tokenize(text, set))
+            ASSERT_EQ(tokenized(text, set), words_model::tokenize(text, set))
                 << shown(text) << '/' << shown(set);
         }
     }
     for (const std::string& text : random_texts()) {
-        ASSERT_EQ(tokenized(text, " ,\xff"), model_tokenize(text, " ,\xff")) << shown(text);
+        ASSERT_EQ(tokenized(text, " ,\xff"), words_model::tokenize(text, " ,\xff")) << shown(text);
     }
 }
 
 TEST(Tokenize, KnowsEveryByteAsDelimiterAndAsText) {
     for (const char delimiter : texts::all_bytes()) {
         const std::string set(1, delimiter);
-        ASSERT_EQ(tokenized(texts::all_bytes(), set), model_tokenize(texts::all_bytes(), set));
+        ASSERT_EQ(tokenized(texts::all_bytes(), set),
+                  words_model::tokenize(texts::all_bytes(), set));
         std::string others = texts::all_bytes();
         others.erase(to_byte(delimiter), 1);
         ASSERT_EQ(tokenized(texts::all_bytes(), others), Fields{set});
@@ -1395,8 +1248,6 @@ TEST(Tokenize, TakesAMillionTokens) {
 
 namespace {
 
-using Closed = std::pair<bool, Fields>;
-
 // The fields that a function adds to those that are there.
 template <class Add>
 Fields added_by(Add add) {
@@ -1412,46 +1263,6 @@ Closed quoted_tokens(const std::string& text, char separator) {
     const Fields tokens =
         added_by([&](Fields& fields) { closed = ns::tokenizeQuoted(text, fields, separator); });
     return {closed, tokens};
-}
-
-// The quote comes before the separator, should both be the same.
-Closed model_quoted_tokens(const std::string& text, char separator) {
-    Fields tokens;
-    std::size_t start = 0;
-    bool quoted = false;
-    const auto add = [&](std::size_t end) { tokens.push_back(text.substr(start, end - start)); };
-    const auto move_behind = [&](std::size_t end) {
-        start = end + 1;
-        while (start < text.size() && text[start] == ' ') {
-            ++start;
-        }
-    };
-    for (std::size_t i = 0; i < text.size();) {
-        if (text[i] == '"' && !quoted) {
-            if (i > start) {
-                add(i);
-            }
-            quoted = true;
-            start = ++i;
-        } else if (text[i] == '"') {
-            add(i);
-            quoted = false;
-            move_behind(i);
-            i = start;
-        } else if ((text[i] == separator || text[i] == ' ') && !quoted) {
-            if (i > start) {
-                add(i);
-            }
-            move_behind(i);
-            i = start;
-        } else {
-            ++i;
-        }
-    }
-    if (!quoted && start < text.size()) {
-        add(text.size());
-    }
-    return {!quoted, tokens};
 }
 
 } // namespace
@@ -1507,11 +1318,11 @@ TEST(TokenizeQuoted, TakesNulLikeAnyCharacter) {
 TEST(TokenizeQuoted, AgreesWithTheModel) {
     for (const char separator : {',', ' ', 'a', '"'}) {
         for (const std::string& text : texts::over<std::string>("a ,\"", 7)) {
-            ASSERT_EQ(quoted_tokens(text, separator), model_quoted_tokens(text, separator))
+            ASSERT_EQ(quoted_tokens(text, separator), words_model::quoted_tokens(text, separator))
                 << shown(text) << '/' << separator;
         }
         for (const std::string& text : random_texts()) {
-            ASSERT_EQ(quoted_tokens(text, separator), model_quoted_tokens(text, separator))
+            ASSERT_EQ(quoted_tokens(text, separator), words_model::quoted_tokens(text, separator))
                 << shown(text) << '/' << separator;
         }
     }
@@ -1520,12 +1331,12 @@ TEST(TokenizeQuoted, AgreesWithTheModel) {
 TEST(TokenizeQuoted, KnowsEveryByteAsSeparatorAndAsText) {
     for (const char separator : texts::all_bytes()) {
         ASSERT_EQ(quoted_tokens(texts::all_bytes() + '"', separator),
-                  model_quoted_tokens(texts::all_bytes() + '"', separator));
+                  words_model::quoted_tokens(texts::all_bytes() + '"', separator));
         const std::string text{'a', separator, 'b'};
-        ASSERT_EQ(quoted_tokens(text, separator), model_quoted_tokens(text, separator));
+        ASSERT_EQ(quoted_tokens(text, separator), words_model::quoted_tokens(text, separator));
     }
     for (const std::string& text : texts_of_every_byte()) {
-        ASSERT_EQ(quoted_tokens(text, ','), model_quoted_tokens(text, ',')) << shown(text);
+        ASSERT_EQ(quoted_tokens(text, ','), words_model::quoted_tokens(text, ',')) << shown(text);
     }
 }
 
@@ -1554,28 +1365,6 @@ Fields list_fields(const std::string& text) {
     Fields fields{"what stood there before", ""};
     ns::tokenizeQuotedString(text, fields);
     return fields;
-}
-
-Fields model_list_fields(const std::string& text) {
-    Fields fields;
-    std::size_t position = 0;
-    for (;;) {
-        while (position < text.size() && (text[position] == ' ' || text[position] == ',')) {
-            ++position;
-        }
-        if (position == text.size()) {
-            return fields;
-        }
-        std::string field;
-        for (; position < text.size() && text[position] != ','; ++position) {
-            field += text[position];
-        }
-        if (std::count(field.begin(), field.end(), '"') >= 2) {
-            field.erase(0, field.find('"') + 1);
-            field.erase(field.rfind('"'));
-        }
-        fields.push_back(field);
-    }
 }
 
 } // namespace
@@ -1618,16 +1407,16 @@ TEST(TokenizeQuotedString, TakesNulLikeAnyCharacter) {
 
 TEST(TokenizeQuotedString, AgreesWithTheModel) {
     for (const std::string& text : texts::over<std::string>("a ,\"", 8)) {
-        ASSERT_EQ(list_fields(text), model_list_fields(text)) << shown(text);
+        ASSERT_EQ(list_fields(text), words_model::list_fields(text)) << shown(text);
     }
     for (const std::string& text : random_texts()) {
-        ASSERT_EQ(list_fields(text), model_list_fields(text)) << shown(text);
+        ASSERT_EQ(list_fields(text), words_model::list_fields(text)) << shown(text);
     }
 }
 
 TEST(TokenizeQuotedString, KnowsEveryByte) {
     for (const std::string& text : texts_of_every_byte()) {
-        ASSERT_EQ(list_fields(text), model_list_fields(text)) << shown(text);
+        ASSERT_EQ(list_fields(text), words_model::list_fields(text)) << shown(text);
     }
 }
 
@@ -1646,17 +1435,6 @@ namespace {
 
 Fields split_fields(const std::string& text, char separator) {
     return added_by([&](Fields& fields) { ns::split(text, separator, fields); });
-}
-
-Fields model_split(const std::string& text, char separator) {
-    const std::size_t first = text.find(separator);
-    if (first == std::string::npos) {
-        return {text};
-    }
-    Fields fields{text.substr(0, first)};
-    const Fields rest = model_split(text.substr(first + 1), separator);
-    fields.insert(fields.end(), rest.begin(), rest.end());
-    return fields;
 }
 
 } // namespace
@@ -1688,10 +1466,12 @@ TEST(Split, TakesNulLikeAnyCharacter) {
 TEST(Split, AgreesWithTheModel) {
     for (const char separator : {',', 'a', '\0'}) {
         for (const std::string& text : texts::over<std::string>(std::string("a ,\0", 4), 6)) {
-            ASSERT_EQ(split_fields(text, separator), model_split(text, separator)) << shown(text);
+            ASSERT_EQ(split_fields(text, separator), words_model::split(text, separator))
+                << shown(text);
         }
         for (const std::string& text : random_texts()) {
-            ASSERT_EQ(split_fields(text, separator), model_split(text, separator)) << shown(text);
+            ASSERT_EQ(split_fields(text, separator), words_model::split(text, separator))
+                << shown(text);
         }
     }
 }
@@ -1699,7 +1479,7 @@ TEST(Split, AgreesWithTheModel) {
 TEST(Split, KnowsEveryByteAsSeparatorAndAsText) {
     for (const char separator : texts::all_bytes()) {
         const std::string text = separator + texts::all_bytes() + separator;
-        ASSERT_EQ(split_fields(text, separator), model_split(text, separator));
+        ASSERT_EQ(split_fields(text, separator), words_model::split(text, separator));
     }
 }
 
@@ -1751,7 +1531,7 @@ TEST(Fields, ComeAlsoFromAnElementOfTheirList) {
 
 TEST(Fields, OfTokenizeTakeAnElementOfTheirListForDelimitersToo) {
     const std::string text = repeated("a, b", 50);
-    const Fields expected = model_tokenize(text, " ,");
+    const Fields expected = words_model::tokenize(text, " ,");
     // The second one is kept outside of the string object, and gone with it.
     for (const std::string& delimiters : {std::string(" ,"), " ," + std::string(100, '#')}) {
         for (const std::size_t room : {2U, 1000U}) {
@@ -2063,30 +1843,6 @@ TEST(FormatString, TakesANullFormatForTheEmptyText) {
 
 namespace {
 
-// One replacement after the other over the whole text, each search going on behind what it
-// replaced.
-void model_replace_all(std::string& text, const std::string& from, const std::string& to,
-                       std::size_t step) {
-    for (std::size_t position = 0; (position = text.find(from, position)) != std::string::npos;
-         position += step) {
-        text.replace(position, from.size(), to);
-    }
-}
-
-std::string model_escape(std::string text) {
-    model_replace_all(text, "&", "&amp;", 1);
-    model_replace_all(text, "<", "&lt;", 1);
-    model_replace_all(text, ">", "&gt;", 1);
-    return text;
-}
-
-std::string model_unescape(std::string text) {
-    model_replace_all(text, "&gt;", ">", 1);
-    model_replace_all(text, "&lt;", "<", 1);
-    model_replace_all(text, "&amp;", "&", 1);
-    return text;
-}
-
 // The narrow and the wide form side by side.
 std::string escaped(std::string text) {
     std::wstring wide = widened(text);
@@ -2131,7 +1887,7 @@ TEST(XmlEscape, LeavesEveryOtherByte) {
 
 TEST(XmlEscape, AgreesWithTheModel) {
     for (const std::string& text : texts::over<std::string>("&<>a;", 6)) {
-        ASSERT_EQ(escaped(text), model_escape(text));
+        ASSERT_EQ(escaped(text), text_model::xml_escape(text));
     }
 }
 
@@ -2171,10 +1927,10 @@ TEST(XmlUnescape, KnowsNoOtherEntity) {
 
 TEST(XmlUnescape, AgreesWithTheModelOnCharacters) {
     for (const std::string& text : texts::over<std::string>("&lgt;", 7)) {
-        ASSERT_EQ(unescaped(text), model_unescape(text));
+        ASSERT_EQ(unescaped(text), text_model::xml_unescape(text));
     }
     for (const std::string& text : texts::over<std::string>("&amp;", 7)) {
-        ASSERT_EQ(unescaped(text), model_unescape(text));
+        ASSERT_EQ(unescaped(text), text_model::xml_unescape(text));
     }
 }
 
@@ -2186,7 +1942,7 @@ TEST(XmlUnescape, AgreesWithTheModelOnPieces) {
         for (const char c : choice) {
             text += pieces[c - '0'];
         }
-        ASSERT_EQ(unescaped(text), model_unescape(text));
+        ASSERT_EQ(unescaped(text), text_model::xml_unescape(text));
     }
 }
 
@@ -2221,16 +1977,6 @@ std::string referenced(std::string text) {
     return text;
 }
 
-std::string model_reference(char c) {
-    const unsigned int byte = to_byte(c);
-    if ((byte >= 0x01 && byte <= 0x1f) || (byte >= 0x7f && byte <= 0x9f)) {
-        char reference[16];
-        std::snprintf(reference, sizeof reference, "&#x%.2X;", byte);
-        return reference;
-    }
-    return std::string(1, c);
-}
-
 } // namespace
 
 TEST(Utf8ToXml, ReplacesControlBytesByReferences) {
@@ -2256,9 +2002,10 @@ TEST(Utf8ToXml, ReplacesC1BytesInsideASequence) {
 
 TEST(Utf8ToXml, ReplacesEveryByteAndPairByItsRule) {
     for (const char a : texts::all_bytes()) {
-        ASSERT_EQ(referenced(std::string(1, a)), model_reference(a)) << int{to_byte(a)};
+        ASSERT_EQ(referenced(std::string(1, a)), text_model::reference(a)) << int{to_byte(a)};
         for (const char b : texts::all_bytes()) {
-            ASSERT_EQ(referenced(std::string{a, b}), model_reference(a) + model_reference(b))
+            ASSERT_EQ(referenced(std::string{a, b}),
+                      text_model::reference(a) + text_model::reference(b))
                 << int{to_byte(a)} << '/' << int{to_byte(b)};
         }
     }
@@ -2287,36 +2034,6 @@ std::string dumped(const std::string& data, const char* title = nullptr,
                    const char* prefix = nullptr) {
     std::string out = "what stood there before";
     EXPECT_TRUE(ns::hex_dump(out, data.data(), to_length(data), title, prefix));
-    return out;
-}
-
-std::string model_dump(const std::string& data, const char* title, const char* prefix) {
-    std::string out;
-    if (title != nullptr) {
-        out = std::string(title) + '\n';
-    }
-    for (std::size_t offset = 0; offset < data.size(); offset += 16) {
-        std::string digits;
-        std::string characters;
-        for (std::size_t i = offset; i < offset + 16; ++i) {
-            if (i >= data.size()) {
-                digits += "  ";
-                characters += ' ';
-                continue;
-            }
-            const unsigned int byte = to_byte(data[i]);
-            digits += "0123456789abcdef"[byte / 16];
-            digits += "0123456789abcdef"[byte % 16];
-            characters += byte >= 0x20 && byte <= 0x7e ? data[i] : '.';
-        }
-        if (prefix != nullptr) {
-            out += std::string(prefix) + ' ';
-        }
-        char line[128];
-        std::snprintf(line, sizeof line, "%04x  %s ** %s **\n", static_cast<unsigned int>(offset),
-                      digits.c_str(), characters.c_str());
-        out += line;
-    }
     return out;
 }
 
@@ -2382,17 +2099,18 @@ TEST(HexDump, ShowsOnlyTheTitleForALengthBelowOne) {
 TEST(HexDump, AgreesWithTheModelForEveryLength) {
     for (std::size_t length = 0; length <= 49; ++length) {
         const std::string data = some_bytes(length);
-        EXPECT_EQ(dumped(data), model_dump(data, nullptr, nullptr)) << length;
-        EXPECT_EQ(dumped(data, "t"), model_dump(data, "t", nullptr)) << length;
-        EXPECT_EQ(dumped(data, nullptr, "p"), model_dump(data, nullptr, "p")) << length;
-        EXPECT_EQ(dumped(data, "t", "p"), model_dump(data, "t", "p")) << length;
+        EXPECT_EQ(dumped(data), text_model::hex_dump(data, nullptr, nullptr)) << length;
+        EXPECT_EQ(dumped(data, "t"), text_model::hex_dump(data, "t", nullptr)) << length;
+        EXPECT_EQ(dumped(data, nullptr, "p"), text_model::hex_dump(data, nullptr, "p")) << length;
+        EXPECT_EQ(dumped(data, "t", "p"), text_model::hex_dump(data, "t", "p")) << length;
     }
 }
 
 TEST(HexDump, ShowsEveryByte) {
     for (const char* const name : {"C", "C.UTF-8"}) {
         const scoped::CLocale locale(name);
-        EXPECT_EQ(dumped(texts::all_bytes()), model_dump(texts::all_bytes(), nullptr, nullptr))
+        EXPECT_EQ(dumped(texts::all_bytes()),
+                  text_model::hex_dump(texts::all_bytes(), nullptr, nullptr))
             << name;
         for (const char c : texts::all_bytes()) {
             const bool shown =
@@ -2440,7 +2158,7 @@ TEST(HexDump, HasAtLeastFourDigitsInTheOffset) {
 
 TEST(HexDump, AgreesWithTheModelForLargeData) {
     const std::string data = some_bytes(0x100013);
-    EXPECT_TRUE(dumped(data, "t", "p") == model_dump(data, "t", "p"));
+    EXPECT_TRUE(dumped(data, "t", "p") == text_model::hex_dump(data, "t", "p"));
 }
 
 TEST(HexDump, DoesNotLookAtTheStdLocale) {
@@ -2453,19 +2171,19 @@ TEST(HexDump, TakesArgumentsInsideOut) {
     const std::string data = some_bytes(20);
     std::string out = "a title that stands in the output";
     EXPECT_TRUE(ns::hex_dump(out, data.data(), 20, out.c_str() + 2, nullptr));
-    EXPECT_EQ(out, model_dump(data, "title that stands in the output", nullptr));
+    EXPECT_EQ(out, text_model::hex_dump(data, "title that stands in the output", nullptr));
 
     out = "a prefix that stands in the output";
     EXPECT_TRUE(ns::hex_dump(out, data.data(), 20, nullptr, out.c_str() + 2));
-    EXPECT_EQ(out, model_dump(data, nullptr, "prefix that stands in the output"));
+    EXPECT_EQ(out, text_model::hex_dump(data, nullptr, "prefix that stands in the output"));
 
     out = data;
     EXPECT_TRUE(ns::hex_dump(out, out.data(), 20, nullptr, nullptr));
-    EXPECT_EQ(out, model_dump(data, nullptr, nullptr));
+    EXPECT_EQ(out, text_model::hex_dump(data, nullptr, nullptr));
 
     out = "all three";
     EXPECT_TRUE(ns::hex_dump(out, out.data(), 9, out.c_str(), out.c_str() + 4));
-    EXPECT_EQ(out, model_dump("all three", "all three", "three"));
+    EXPECT_EQ(out, text_model::hex_dump("all three", "all three", "three"));
 
     out = "x";
     EXPECT_TRUE(ns::hex_dump(out, nullptr, 0, out.c_str(), nullptr));
@@ -2546,7 +2264,7 @@ TEST(Allocations, AFailedOneLeavesTheTextAsItWas) {
     EXPECT_GT(
         allocation::fail_each([&] { ns::hex_dump(text, data.data(), 100, "t", "p"); }, restore),
         0U);
-    EXPECT_EQ(text, model_dump(data, "t", "p"));
+    EXPECT_EQ(text, text_model::hex_dump(data, "t", "p"));
 
     std::string destination = "short";
     EXPECT_GT(allocation::fail_each([&] { ns::NormalizeNameCaseInsensitive(before, destination); },

@@ -18,6 +18,7 @@
 //   the example of the header                  UtilUsage.*
 
 #include "support/locale.hpp"
+#include "support/number_model.hpp"
 
 #include <nuriccl/util.hpp>
 
@@ -312,16 +313,6 @@ std::vector<IntegerRow<Integer>> unsigned_rows_of_64_bits() {
     };
 }
 
-// The digits of `bits`, one division at a time.
-std::string digits_of(unsigned long long bits, unsigned int radix) {
-    std::string digits;
-    do {
-        digits.insert(digits.begin(), "0123456789abcdef"[bits % radix]);
-        bits /= radix;
-    } while (bits != 0);
-    return digits;
-}
-
 // Every power of two of the type with its neighbours, against `digits_of`.
 template <class Integer>
 void expect_powers_of_two() {
@@ -331,10 +322,11 @@ void expect_powers_of_two() {
             const auto bits =
                 static_cast<Unsigned>((Unsigned{1} << shift) + static_cast<Unsigned>(step));
             const auto value = static_cast<Integer>(bits);
-            EXPECT_EQ(to_str(value, std::oct), digits_of(bits, 8));
-            EXPECT_EQ(to_str(value, std::hex), digits_of(bits, 16));
-            const std::string decimal =
-                value < 0 ? '-' + digits_of(Unsigned{0} - bits, 10) : digits_of(bits, 10);
+            EXPECT_EQ(to_str(value, std::oct), number_model::digits_of(bits, 8));
+            EXPECT_EQ(to_str(value, std::hex), number_model::digits_of(bits, 16));
+            const std::string decimal = value < 0
+                                            ? '-' + number_model::digits_of(Unsigned{0} - bits, 10)
+                                            : number_model::digits_of(bits, 10);
             EXPECT_EQ(to_str(value, std::dec), decimal);
         }
     }
@@ -849,44 +841,6 @@ TEST(UnsignedFromStrLimits, AreThoseOfEachType) {
               Outcome<unsigned long long>(false, 18446744073709551615ULL));
 }
 
-namespace {
-
-int digit_value(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'a' && c <= 'f') {
-        return c - 'a' + 10;
-    }
-    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : 16;
-}
-
-// What a text of two characters means as a number; too short to be out of range or to have a prefix
-// and digits.
-Outcome<unsigned int> model_number(const std::string& text, int radix) {
-    std::size_t position = text.find_first_not_of(" \t\n\v\f\r");
-    if (position == std::string::npos) {
-        return {false, 0};
-    }
-    const bool negative = text[position] == '-';
-    if (negative || text[position] == '+') {
-        ++position;
-    }
-    if (radix == 16 && (text == "0x" || text == "0X")) {
-        return {false, 0};
-    }
-    bool found = false;
-    unsigned int value = 0;
-    for (; position < text.size() && digit_value(text[position]) < radix; ++position) {
-        found = true;
-        value = value * static_cast<unsigned int>(radix) +
-                static_cast<unsigned int>(digit_value(text[position]));
-    }
-    return {found, negative ? 0U - value : value};
-}
-
-} // namespace
-
 // Every number that a text of up to six digits may mean to the narrowest type, with either sign.
 TEST(UnsignedFromStr, TakesEveryShortNumberAndNoneBeyond) {
     for (unsigned int number = 0; number <= 70000; ++number) {
@@ -908,11 +862,14 @@ TEST(UnsignedFromStrPairs, AgreeWithTheModel) {
     for (int first = 0; first <= 255; ++first) {
         for (int second = 0; second <= 255; ++second) {
             const std::string text{static_cast<char>(first), static_cast<char>(second)};
-            ASSERT_EQ(read<unsigned int>(text, std::dec), model_number(text, 10))
+            ASSERT_EQ(read<unsigned int>(text, std::dec),
+                      number_model::number<unsigned int>(text, 10))
                 << testing::PrintToString(text);
-            ASSERT_EQ(read<unsigned int>(text, std::hex), model_number(text, 16))
+            ASSERT_EQ(read<unsigned int>(text, std::hex),
+                      number_model::number<unsigned int>(text, 16))
                 << testing::PrintToString(text);
-            ASSERT_EQ(read<unsigned int>(text, std::oct), model_number(text, 8))
+            ASSERT_EQ(read<unsigned int>(text, std::oct),
+                      number_model::number<unsigned int>(text, 8))
                 << testing::PrintToString(text);
         }
     }
