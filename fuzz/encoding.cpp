@@ -156,6 +156,19 @@ bool is_empty(const Text& text) {
     return text.empty() || text[0] == 0;
 }
 
+// Where the room for a text ends behind a shift, the C library writes the shift once more when it
+// goes on. That is without a meaning, and depends on the size of the buffers.
+std::string with_shifts_once(std::string text, const CodePage& cp) {
+    if (cp.m_name == "ISO-2022-CN") {
+        for (const std::string shift : {"\x0e", "\x0f", "\x1bN"}) {
+            for (std::size_t i = 0; (i = text.find(shift + shift, i)) != std::string::npos;) {
+                text.erase(i, shift.size());
+            }
+        }
+    }
+    return text;
+}
+
 void check_to_multibyte(const std::wstring& text, const CodePage& cp, const char* replacement) {
     Expected<std::string> expected{true, {}};
     if (!is_empty(text)) {
@@ -166,7 +179,7 @@ void check_to_multibyte(const std::wstring& text, const CodePage& cp, const char
     const auto size = static_cast<unsigned int>(text.size());
     FUZZ_REQUIRE(Encoding::toMultibyte(text.data(), size, converted, cp, replacement) ==
                  expected.good);
-    FUZZ_REQUIRE(converted == expected.text);
+    FUZZ_REQUIRE(with_shifts_once(converted, cp) == with_shifts_once(expected.text, cp));
 }
 
 void check_to_wide(const std::string& text, const CodePage& cp, bool ignore) {

@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// What the fuzz targets share: the entry point that libFuzzer calls, and the check of a property.
+/// What the fuzz targets share: the entry point, called by libFuzzer and by the replay of the
+/// corpus, and the check of a property.
 
 #include <cstddef>
 #include <cstdint>
@@ -17,8 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::abort();
 }
 
-/// Checks a property of the input. Not `assert`: that is off in the optimised builds that are
-/// fuzzed.
+/// Checks a property of the input. Not `assert`: that is off in the optimised builds in which the
+/// corpus is replayed.
 #define FUZZ_REQUIRE(property)                                                                     \
     ((property) ? void() : property_failed(__FILE__, __LINE__, #property))
 
