@@ -21,6 +21,9 @@ readonly BENCH_PACKAGES=(catch2 libssl-dev libabsl-dev libdeflate-dev libglib2.0
     openssl pkgconf binutils python3)
 # shellcheck disable=SC2034
 readonly INSTRUCTION_PACKAGES=(valgrind)
+# libFuzzer and the sanitizers' runtimes of clang, for both pointer sizes.
+# shellcheck disable=SC2034
+readonly FUZZ_PACKAGES=(clang libclang-rt-dev)
 
 declare -rA PACKAGE_PURPOSE=(
     [cmake]="configures the build"
@@ -35,6 +38,8 @@ declare -rA PACKAGE_PURPOSE=(
     [binutils]="the tests read the exported symbols"
     [clang-format]="formats the sources"
     [clang-tidy]="checks the sources"
+    [clang]="compiles for the fuzzer"
+    [libclang-rt-dev]="the fuzzer, for both pointer sizes"
     [catch2]="times calls"
     [libssl-dev]="OpenSSL, to compare with"
     [libabsl-dev]="Abseil, to compare with"
@@ -102,7 +107,7 @@ install_packages() {
     local package as_root=(env DEBIAN_FRONTEND=noninteractive)
     say "Installing from Debian's archive (this takes a few minutes on a fresh machine):"
     for package in "$@"; do
-        printf '    %-14s %s\n' "$package" "${PACKAGE_PURPOSE[$package]}"
+        printf '    %-15s %s\n' "$package" "${PACKAGE_PURPOSE[$package]}"
     done
     if ((EUID != 0)); then
         command -v sudo >/dev/null ||
