@@ -39,7 +39,7 @@ void sha1_blocks_portable(std::uint32_t* state, const unsigned char* blocks,
         do_phase<1>(rounds, schedule);
         do_phase<2>(rounds, schedule);
         do_phase<3>(rounds, schedule);
-        state[0] += rounds.a;
+        state[0] += rounds.a; // modulo 2^32, as all sums here
         state[1] += rounds.b;
         state[2] += rounds.c;
         state[3] += rounds.d;

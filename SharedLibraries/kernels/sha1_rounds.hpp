@@ -35,7 +35,7 @@ struct Sha1Rounds {
         }
     }
 
-    // One round. The word comes with its constant added.
+    // One round. The word comes with its constant added. All sums are modulo 2^32.
     template <std::size_t PHASE>
     [[gnu::always_inline]] void round(std::uint32_t word) {
         const std::uint32_t next = rotate_left(a, 5) + (mix<PHASE>() + (e + word));

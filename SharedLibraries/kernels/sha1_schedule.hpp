@@ -69,6 +69,7 @@ class Sha1Scheduled {
         rounds.round<GROUP / 5>(words[3]);
     }
 
+    // Modulo 2^32.
     static void add(std::uint32_t* state, const Sha1Rounds& rounds) {
         state[0] += rounds.a;
         state[1] += rounds.b;

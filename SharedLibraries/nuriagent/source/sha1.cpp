@@ -25,7 +25,7 @@ void sha1_begin(sha1_context* context) noexcept {
 
 void sha1_hash(const unsigned char* data, unsigned int length, sha1_context* context) noexcept {
     const std::size_t filled = context->length_low % BLOCK_SIZE;
-    context->length_low += length;
+    context->length_low += length; // modulo 2^32; the high half takes the carry
     context->length_high += context->length_low < length ? 1U : 0U;
 
     std::size_t left = length;

@@ -55,7 +55,7 @@ std::int32_t ftokey(const char* path) noexcept {
         return -1;
     }
     auto key = static_cast<std::uint32_t>(status.st_ino);
-    for (const char* c = name; *c != 0; ++c) {
+    for (const char* c = name; *c != 0; ++c) { // modulo 2^32
         key = key * 33 + static_cast<std::uint32_t>(static_cast<signed char>(*c));
     }
     return static_cast<std::int32_t>(key);

@@ -61,11 +61,12 @@ std::string trim_left(const std::string& text, const std::string& set) {
 }
 
 std::string trim_right(const std::string& text, const std::string& set) {
-    return text.substr(0, text.find_last_not_of(set) + 1);
+    return text.substr(0, text.find_last_not_of(set) + 1); // npos + 1 is 0
 }
 
 std::string trim_both(const std::string& text, const std::string& set) {
     const std::size_t first = std::min(text.find_first_not_of(set), text.size());
+    // Of nothing but set characters none are left: 0 - first wraps, and first is the end.
     return text.substr(first, text.find_last_not_of(set) + 1 - first);
 }
 

@@ -124,7 +124,7 @@ bool parse_digits(Unsigned& out, const std::string& text) {
     if (error != std::errc() || stop != end) {
         return false;
     }
-    out = negative ? static_cast<Unsigned>(Unsigned{0} - value) : value;
+    out = negative ? static_cast<Unsigned>(Unsigned{0} - value) : value; // modulo 2^n
     return true;
 }
 
@@ -133,6 +133,7 @@ template <class Unsigned>
                                        Manipulator manipulator) {
     Unsigned value = 0; // also when blanks are all there is, which leaves the stream's target alone
     std::istringstream stream(text);
+    stream.exceptions(std::ios_base::badbit); // lets std::bad_alloc out
     if (manipulator != nullptr) {
         stream >> manipulator;
     }

@@ -6,6 +6,10 @@
 /// Include it in the one source file of a test program: it defines the replaceable functions. The
 /// libraries in the process use them, too.
 ///
+/// With NURICCL_TEST_MALLOC defined it replaces the C library's `malloc`, `calloc`, `realloc` and
+/// `free` in the same way, which C libraries such as zlib use. Sanitizers have a malloc of their own
+/// and do not allow that.
+///
 /// @code{.cpp}
 /// allocation::Watch watch;
 /// { const nuriccl::Buffer buffer(5); }
@@ -18,10 +22,19 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
+
+#ifdef NURICCL_TEST_MALLOC
+// The C library's own functions behind those that are replaced.
+extern "C" void* __libc_malloc(std::size_t size) noexcept;
+extern "C" void* __libc_calloc(std::size_t count, std::size_t size) noexcept;
+extern "C" void* __libc_realloc(void* place, std::size_t size) noexcept;
+extern "C" void __libc_free(void* place) noexcept;
+#endif
 
 namespace allocation {
 
@@ -47,6 +60,17 @@ private:
 inline constexpr std::size_t REMEMBERED = 64;
 inline constexpr std::size_t NEVER = SIZE_MAX;
 
+// What a block was asked for with.
+enum class Form : unsigned char { OBJECT, ARRAY, RAW };
+
+#ifdef NURICCL_TEST_MALLOC
+inline void* get_memory(std::size_t size) { return __libc_malloc(size); }
+inline void give_memory_back(void* place) { __libc_free(place); }
+#else
+inline void* get_memory(std::size_t size) { return std::malloc(size); }
+inline void give_memory_back(void* place) { std::free(place); }
+#endif
+
 // An address in a form that a leak checker does not take for a reference.
 inline std::uintptr_t disguised(const void* place) {
     return ~reinterpret_cast<std::uintptr_t>(place);
@@ -55,7 +79,7 @@ inline std::uintptr_t disguised(const void* place) {
 struct Block {
     Relaxed<std::uintptr_t> place = UINTPTR_MAX; // disguised
     Relaxed<std::size_t> size = 0;
-    Relaxed<bool> array = false;
+    Relaxed<Form> form = Form::OBJECT;
     Relaxed<bool> freed = false;
 };
 
@@ -65,59 +89,81 @@ struct Journal {
     Relaxed<std::ptrdiff_t> live = 0;
     Relaxed<std::size_t> mismatches = 0;
     Relaxed<std::size_t> until_failure = NEVER;
+    Relaxed<bool> goes_on_failing = false;
+    Relaxed<bool> spares_malloc = false;
+    Relaxed<std::size_t> failures = 0; // those that were asked for
     Block blocks[REMEMBERED];
 };
 
 inline Journal journal;
 
-inline bool fails() {
+inline bool fails(Form form) {
     const std::size_t left = journal.until_failure;
-    if (left != NEVER) {
-        journal.until_failure = left == 0 ? NEVER : left - 1;
+    if (left == NEVER || (form == Form::RAW && journal.spares_malloc)) {
+        return false;
     }
-    return left == 0;
+    if (left != 0) {
+        journal.until_failure = left - 1;
+        return false;
+    }
+    if (!journal.goes_on_failing) {
+        journal.until_failure = NEVER;
+    }
+    journal.failures.fetch_add(1);
+    return true;
 }
 
-inline void* allocate(std::size_t size, bool array) noexcept {
+// Counts a request, which `get` meets if it is to be met.
+template <class Get>
+void* allocate(std::size_t size, Form form, Get get) noexcept {
     const std::size_t index = journal.requests.fetch_add(1);
     journal.bytes.fetch_add(size);
-    void* const place =
-        fails() || size > LIMIT ? nullptr : std::malloc(std::max<std::size_t>(size, 1));
+    void* const place = fails(form) || size > LIMIT ? nullptr : get();
     if (place != nullptr) {
         journal.live.fetch_add(1);
+    } else {
+        errno = ENOMEM;
     }
     if (index < REMEMBERED) {
         Block& block = journal.blocks[index];
         block.size = size;
-        block.array = array;
+        block.form = form;
         block.place = disguised(place);
     }
     return place;
 }
 
-inline void* allocate_or_throw(std::size_t size, bool array) {
-    void* const place = allocate(size, array);
+inline void* allocate(std::size_t size, Form form) noexcept {
+    return allocate(size, form, [size] { return get_memory(std::max<std::size_t>(size, 1)); });
+}
+
+inline void* allocate_or_throw(std::size_t size, Form form) {
+    void* const place = allocate(size, form);
     if (place == nullptr) {
         throw std::bad_alloc();
     }
     return place;
 }
 
-inline void release(void* place, bool array) noexcept {
-    if (place == nullptr) {
-        return;
-    }
+// Counts a block as freed.
+inline void forget(void* place, Form form) noexcept {
     journal.live.fetch_add(-1);
     const std::size_t remembered = std::min<std::size_t>(journal.requests, REMEMBERED);
     for (std::size_t i = 0; i < remembered; ++i) {
         Block& block = journal.blocks[i];
         if (block.place == disguised(place) && !block.freed) {
             block.freed = true;
-            journal.mismatches.fetch_add(block.array == array ? 0 : 1);
+            journal.mismatches.fetch_add(block.form == form ? 0 : 1);
             break;
         }
     }
-    std::free(place);
+}
+
+inline void release(void* place, Form form) noexcept {
+    if (place != nullptr) {
+        forget(place, form);
+        give_memory_back(place);
+    }
 }
 
 } // namespace detail
@@ -162,14 +208,42 @@ public:
     /// @}
 };
 
+/// Has an allocation fail, for the length of a scope.
+class Failure {
+public:
+    /// @param index       number of the allocation, counted from 0 and from now on
+    /// @param and_later   whether all later ones fail, too
+    explicit Failure(std::size_t index, bool and_later = false) {
+        detail::journal.failures = 0;
+        detail::journal.goes_on_failing = and_later;
+        detail::journal.until_failure = index;
+    }
+    ~Failure() { stop(); }
+    Failure(const Failure&) = delete;
+    Failure& operator=(const Failure&) = delete;
+
+    /// Ends it.
+    /// @return whether there was an allocation of that number
+    bool stop() {
+        detail::journal.until_failure = detail::NEVER;
+        return detail::journal.failures != 0;
+    }
+};
+
+/// Lets only `operator new` fail, for the length of a scope.
+class SparedMalloc {
+public:
+    SparedMalloc() { detail::journal.spares_malloc = true; }
+    ~SparedMalloc() { detail::journal.spares_malloc = false; }
+    SparedMalloc(const SparedMalloc&) = delete;
+    SparedMalloc& operator=(const SparedMalloc&) = delete;
+};
+
 /// Runs `call` while its allocation number `index`, counted from 0, fails.
 /// @return whether std::bad_alloc came out
 template <class Call>
 bool fails_at(std::size_t index, Call call) {
-    struct Armed {
-        explicit Armed(std::size_t failing) { detail::journal.until_failure = failing; }
-        ~Armed() { detail::journal.until_failure = detail::NEVER; }
-    } const armed(index);
+    const Failure failure(index);
     try {
         call();
     } catch (const std::bad_alloc&) {
@@ -204,43 +278,70 @@ std::size_t count(Operation operation) {
 #define NURICCL_TEST_NOINLINE __attribute__((noinline))
 
 NURICCL_TEST_NOINLINE void* operator new(std::size_t size) {
-    return allocation::detail::allocate_or_throw(size, false);
+    return allocation::detail::allocate_or_throw(size, allocation::detail::Form::OBJECT);
 }
 
 NURICCL_TEST_NOINLINE void* operator new[](std::size_t size) {
-    return allocation::detail::allocate_or_throw(size, true);
+    return allocation::detail::allocate_or_throw(size, allocation::detail::Form::ARRAY);
 }
 
 NURICCL_TEST_NOINLINE void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return allocation::detail::allocate(size, false);
+    return allocation::detail::allocate(size, allocation::detail::Form::OBJECT);
 }
 
 NURICCL_TEST_NOINLINE void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return allocation::detail::allocate(size, true);
+    return allocation::detail::allocate(size, allocation::detail::Form::ARRAY);
 }
 
 NURICCL_TEST_NOINLINE void operator delete(void* place) noexcept {
-    allocation::detail::release(place, false);
+    allocation::detail::release(place, allocation::detail::Form::OBJECT);
 }
 
 NURICCL_TEST_NOINLINE void operator delete[](void* place) noexcept {
-    allocation::detail::release(place, true);
+    allocation::detail::release(place, allocation::detail::Form::ARRAY);
 }
 
 NURICCL_TEST_NOINLINE void operator delete(void* place, std::size_t) noexcept {
-    allocation::detail::release(place, false);
+    allocation::detail::release(place, allocation::detail::Form::OBJECT);
 }
 
 NURICCL_TEST_NOINLINE void operator delete[](void* place, std::size_t) noexcept {
-    allocation::detail::release(place, true);
+    allocation::detail::release(place, allocation::detail::Form::ARRAY);
 }
 
 NURICCL_TEST_NOINLINE void operator delete(void* place, const std::nothrow_t&) noexcept {
-    allocation::detail::release(place, false);
+    allocation::detail::release(place, allocation::detail::Form::OBJECT);
 }
 
 NURICCL_TEST_NOINLINE void operator delete[](void* place, const std::nothrow_t&) noexcept {
-    allocation::detail::release(place, true);
+    allocation::detail::release(place, allocation::detail::Form::ARRAY);
 }
+
+#ifdef NURICCL_TEST_MALLOC
+
+NURICCL_TEST_NOINLINE void* malloc(std::size_t size) noexcept {
+    return allocation::detail::allocate(size, allocation::detail::Form::RAW);
+}
+
+NURICCL_TEST_NOINLINE void* calloc(std::size_t count, std::size_t size) noexcept {
+    const std::size_t bytes = size != 0 && count > SIZE_MAX / size ? SIZE_MAX : count * size;
+    return allocation::detail::allocate(bytes, allocation::detail::Form::RAW,
+                                        [=] { return __libc_calloc(count, size); });
+}
+
+NURICCL_TEST_NOINLINE void* realloc(void* place, std::size_t size) noexcept {
+    void* const moved = allocation::detail::allocate(size, allocation::detail::Form::RAW,
+                                                     [=] { return __libc_realloc(place, size); });
+    if (place != nullptr && (moved != nullptr || size == 0)) {
+        allocation::detail::forget(place, allocation::detail::Form::RAW);
+    }
+    return moved;
+}
+
+NURICCL_TEST_NOINLINE void free(void* place) noexcept {
+    allocation::detail::release(place, allocation::detail::Form::RAW);
+}
+
+#endif
 
 #undef NURICCL_TEST_NOINLINE

@@ -1,0 +1,176 @@
+#pragma once
+
+/// @file
+/// Calls that run out of memory at every point where they can.
+///
+/// A `Case` is what a public function promises when an allocation fails. Holding it makes the call
+/// with its first allocation failing, then its second and so on until none is left to fail; once
+/// with that one alone failing and once with all later ones, too. After each failure
+///
+/// - the call has ended as promised, by an exception or by its result;
+/// - what it worked on is as promised;
+/// - the same call, on what the failed one left behind, succeeds with the right result;
+/// - everything that was allocated has been freed in the end.
+///
+/// @code{.cpp}
+/// // A call tells whether its result is right, without allocating for that.
+/// throws([] { return string::trim_left(PADDED, BLANKS) == TEXT; })
+/// // One that changes something is given it, made anew for each failure.
+/// strong(std::string(LINE), [](auto& text) { string::xml_escape(text); return text == ESCAPED; })
+/// @endcode
+///
+/// What is worked on is copied from a prototype or, if that can be called, is what it returns.
+
+#include "support/allocation.hpp"
+
+#include <cstddef>
+#include <functional>
+#include <gtest/gtest.h>
+#include <new>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace exhaustion {
+
+using Case = std::function<void()>;
+
+/// How a call may end that lacks memory; flags.
+enum Ends : unsigned {
+    BAD_ALLOC = 1,   ///< std::bad_alloc comes out
+    REPORTS = 2,     ///< the call gives false
+    OTHER_ERROR = 4, ///< another std::exception comes out
+    SUCCEEDS = 8,    ///< it manages without
+};
+
+namespace detail {
+
+constexpr std::size_t TOO_MANY =
+    10000; // allocations; a call that asks for them goes round in circles
+
+inline const char* name_of(unsigned end) {
+    return end == BAD_ALLOC     ? "std::bad_alloc"
+           : end == REPORTS     ? "the result false"
+           : end == OTHER_ERROR ? "another exception"
+                                : "success";
+}
+
+template <class Prototype>
+auto make(const Prototype& prototype) {
+    if constexpr (std::is_invocable_v<const Prototype&>) {
+        return prototype();
+    } else {
+        return prototype;
+    }
+}
+
+template <class Call, class State>
+Ends end_of(Call& call, State& state) {
+    try {
+        return call(state) ? SUCCEEDS : REPORTS;
+    } catch (const std::bad_alloc&) {
+        return BAD_ALLOC;
+    } catch (const std::exception&) {
+        return OTHER_ERROR;
+    }
+}
+
+// A number of the allocation that fails, and what is left behind after each failure.
+// @return whether there was an allocation of that number
+template <class Prototype, class Call, class Holds>
+bool fail_at(std::size_t index, bool and_later, unsigned ends, const Prototype& prototype,
+             Call& call, Holds& holds) {
+    const allocation::Watch watch;
+    bool met = false;
+    {
+        auto state = make(prototype);
+        allocation::Failure failure(index, and_later);
+        const Ends end = end_of(call, state);
+        met = failure.stop();
+        const unsigned promised = met ? ends : SUCCEEDS;
+        EXPECT_NE(promised & end, 0u) << "The call ends by " << name_of(end) << ".";
+        if (end != SUCCEEDS) {
+            EXPECT_TRUE(holds(state)) << "What it worked on is not as promised.";
+            EXPECT_EQ(end_of(call, state), SUCCEEDS) << "with memory again";
+        }
+    }
+    EXPECT_EQ(watch.live(), 0) << "Memory is lost.";
+    EXPECT_EQ(watch.mismatches(), 0u);
+    return met;
+}
+
+} // namespace detail
+
+/// A call that may end in one of the ways `ends`.
+///
+/// @param holds  tells of what a failed call leaves behind whether it is as promised
+template <class Prototype, class Call, class Holds>
+Case ends_by(unsigned ends, Prototype prototype, Call call, Holds holds) {
+    return [=]() mutable {
+        { // what is built once for all later calls is not counted
+            auto state = detail::make(prototype);
+            ASSERT_EQ(detail::end_of(call, state), SUCCEEDS) << "with memory";
+        }
+        for (const bool and_later : {false, true}) {
+            std::size_t index = 0;
+            bool met = true;
+            for (; met; ++index) {
+                SCOPED_TRACE("allocation " + std::to_string(index) +
+                             (and_later ? " and all later ones" : "") + " failing");
+                ASSERT_LT(index, detail::TOO_MANY);
+                met = detail::fail_at(index, and_later, ends, prototype, call, holds);
+            }
+            EXPECT_GT(index, 1u) << "It allocates nothing.";
+        }
+    };
+}
+
+/// A call that throws std::bad_alloc.
+template <class Prototype, class Call, class Holds>
+Case throws(Prototype prototype, Call call, Holds holds) {
+    return ends_by(BAD_ALLOC, std::move(prototype), std::move(call), std::move(holds));
+}
+
+/// The same when nothing is promised of what it works on, but that it can be used again.
+template <class Prototype, class Call>
+Case throws(Prototype prototype, Call call) {
+    return throws(std::move(prototype), std::move(call), [](auto&) { return true; });
+}
+
+/// The same for a call that changes nothing.
+template <class Call>
+Case throws(Call call) {
+    return throws(0, [call](int&) { return call(); });
+}
+
+/// A call that throws std::bad_alloc and leaves what it works on as it was.
+template <class State, class Call>
+Case strong(State before, Call call) {
+    const auto unchanged = [before](const State& state) { return state == before; };
+    return throws(std::move(before), std::move(call), unchanged);
+}
+
+/// A call that does not allocate, and gives nothing back but what its argument holds.
+template <class Prototype, class Call>
+Case none(Prototype prototype, Call call) {
+    return [=]() mutable {
+        const allocation::Watch watch;
+        {
+            auto state = detail::make(prototype);
+            const std::size_t before = watch.requests();
+            const Ends end = detail::end_of(call, state);
+            EXPECT_EQ(watch.requests(), before) << "It allocates.";
+            EXPECT_EQ(end, SUCCEEDS);
+        }
+        EXPECT_EQ(watch.live(), 0) << "Memory is lost.";
+        EXPECT_EQ(watch.mismatches(), 0u);
+    };
+}
+
+/// The same for a call that changes nothing.
+template <class Call>
+Case none(Call call) {
+    return none(0, [call](int&) { return call(); });
+}
+
+} // namespace exhaustion
