@@ -849,6 +849,13 @@ TEST(UnsignedFromStrLimits, AreThoseOfEachType) {
               Outcome<unsigned long long>(false, 18446744073709551615ULL));
 }
 
+TEST(UnsignedFromStr, ReadsDecimalWithANullManipulator) {
+    const Manipulator null = nullptr;
+    EXPECT_EQ(read<unsigned int>("0129x", null), Outcome<unsigned int>(true, 129));
+    EXPECT_EQ(read<unsigned int>("-1", null), Outcome<unsigned int>(true, 4294967295U));
+    EXPECT_EQ(read<unsigned int>("x", null), Outcome<unsigned int>(false, 0));
+}
+
 namespace {
 
 int digit_value(char c) {
