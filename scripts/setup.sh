@@ -15,7 +15,7 @@ readonly TEST_PACKAGES=(googletest pkgconf binutils python3)
 # shellcheck disable=SC2034
 readonly FORMAT_PACKAGES=(clang-format)
 # shellcheck disable=SC2034
-readonly LINT_PACKAGES=(clang-tidy)
+readonly LINT_PACKAGES=(clang-tidy cppcheck)
 # shellcheck disable=SC2034
 readonly BENCH_PACKAGES=(catch2 libssl-dev libabsl-dev libdeflate-dev libglib2.0-dev libcsv-dev
     openssl pkgconf binutils python3)
@@ -35,6 +35,7 @@ declare -rA PACKAGE_PURPOSE=(
     [binutils]="the tests read the exported symbols"
     [clang-format]="formats the sources"
     [clang-tidy]="checks the sources"
+    [cppcheck]="checks the sources"
     [catch2]="times calls"
     [libssl-dev]="OpenSSL, to compare with"
     [libabsl-dev]="Abseil, to compare with"
