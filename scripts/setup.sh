@@ -17,6 +17,8 @@ readonly FORMAT_PACKAGES=(clang-format)
 # shellcheck disable=SC2034
 readonly LINT_PACKAGES=(clang-tidy cppcheck)
 # shellcheck disable=SC2034
+readonly COVERAGE_PACKAGES=(gcovr)
+# shellcheck disable=SC2034
 readonly BENCH_PACKAGES=(catch2 libssl-dev libabsl-dev libdeflate-dev libglib2.0-dev libcsv-dev
     openssl pkgconf binutils python3)
 # shellcheck disable=SC2034
@@ -36,6 +38,7 @@ declare -rA PACKAGE_PURPOSE=(
     [clang-format]="formats the sources"
     [clang-tidy]="checks the sources"
     [cppcheck]="checks the sources"
+    [gcovr]="tells which lines were run"
     [catch2]="times calls"
     [libssl-dev]="OpenSSL, to compare with"
     [libabsl-dev]="Abseil, to compare with"
