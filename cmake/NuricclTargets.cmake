@@ -28,6 +28,10 @@ function(nuriccl_configure_target target)
             -fsanitize=${NURICCL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=${NURICCL_SANITIZE})
     endif()
+    if(NURICCL_COVERAGE)
+        target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+        target_link_options(${target} PRIVATE --coverage)
+    endif()
 endfunction()
 
 # What code needs in order to lie in a shared library of this tree.

@@ -42,7 +42,7 @@ function(nuriccl_add_test name source)
     nuriccl_configure_target(${name})
     target_link_libraries(${name} PRIVATE ${ARGN} gtest_main)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
-    if(NURICCL_SANITIZE)
+    if(NURICCL_SANITIZE OR NURICCL_COVERAGE)
         nuriccl_add_dealt_tests(${name})
     else()
         gtest_discover_tests(${name}
@@ -50,8 +50,8 @@ function(nuriccl_add_test name source)
     endif()
 endfunction()
 
-# With a sanitizer most cases take less time than a process needs to start. So the cases of a
-# program are dealt out to a few processes; GoogleTest names the one that fails.
+# With a sanitizer or counters most cases take less time than a process needs to start and end. So
+# the cases of a program are dealt out to a few processes; GoogleTest names the one that fails.
 function(nuriccl_add_dealt_tests name)
     set(hands 4)
     foreach(hand RANGE 1 ${hands})

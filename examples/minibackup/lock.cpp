@@ -33,8 +33,8 @@ std::optional<pid_t> holder_of(const std::string& path) {
         return {};
     }
     const pid_t process = semctl(set, 0, GETPID);
-    const bool held = semctl(set, 0, GETVAL) == 0; // asked last: so it was held when this was told
-    return held ? std::optional(std::max(process, 0)) : std::nullopt;
+    const bool taken = semctl(set, 0, GETVAL) == 0; // asked last: so it was when this was told
+    return taken ? std::optional(std::max(process, 0)) : std::nullopt;
 }
 
 // Interrupts what this process waits for, more than once: the first time it may not wait yet.

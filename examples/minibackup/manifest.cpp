@@ -52,8 +52,7 @@ bool is_component(const std::string& name) {
 // Writing
 
 ManifestWriter::ManifestWriter(StoreWriter& store, const std::string& source)
-    : store_(store), file_(store.create_manifest()) {
-    buffer_ = FIRST_LINE + '\n';
+    : store_(store), file_(store.create_manifest()), buffer_(FIRST_LINE + '\n') {
     line({"saved", to_str(time_.tv_sec), to_str(time_.tv_nsec), time_text(time_)});
     line({"source", encode_name(source)});
 }

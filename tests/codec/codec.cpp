@@ -346,10 +346,10 @@ TYPED_TEST(CodecEncode, FailsOnASizeBeyond32BitsThatLooksSmall) {
 TYPED_TEST(CodecEncode, ReadsNoFurtherThanThePlace) {
     for (const unsigned long long count : {5ULL, 1000ULL, 0x100000004ULL, LARGEST}) {
         if (this->encode("abc", {size_of(4), {DONE, count, "wxyz"}})) {
-            EXPECT_EQ(this->out().substr(0, 4), "wxyz") << count;
+            EXPECT_EQ(this->out(), "wxyz") << count;
         }
         if (this->decode("abc", {size_of(4), {DONE, count, "wxyz"}})) {
-            EXPECT_EQ(this->out().substr(0, 4), "wxyz") << count;
+            EXPECT_EQ(this->out(), "wxyz") << count;
         }
         EXPECT_FALSE(this->encode("abc", {size_of(4), {MALFORMED, count, "wxyz"}}));
         EXPECT_FALSE(this->decode("abc", {size_of(4), {MALFORMED, count, "wxyz"}}));

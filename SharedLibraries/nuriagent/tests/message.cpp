@@ -225,6 +225,11 @@ TEST(MessageText, IsASentenceWithoutParametersForMessagesThatHaveNone) {
     }
 }
 
+TEST(MessageText, LeavesThePlaceOfAMissingParameterEmpty) {
+    EXPECT_STREQ(VI18NError(60, 4145, I18NMessage::error).what(),
+                 "Cannot open the address map '' for writing (message 60-4145).");
+}
+
 TEST(MessageText, HasNumbersAndParametersOutsideOfTheCatalogue) {
     struct {
         int set;

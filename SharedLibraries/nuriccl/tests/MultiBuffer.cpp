@@ -692,6 +692,15 @@ TEST(MultiBufferCoalesce, CutsThePieceThatIsUsedInPart) {
     EXPECT_EQ(text_of(second), "defg");
 }
 
+TEST(MultiBufferCoalesce, KeepsTheRestOfALargeBuffer) {
+    const std::string large(200000, 'a');
+    MultiBuffer stream = stream_of({'b' + large});
+    char first = '-';
+    EXPECT_EQ(stream.coalesce(&first, 1), 1u);
+    EXPECT_EQ(first, 'b');
+    EXPECT_EQ(texts_of(stream), Texts({large}));
+}
+
 TEST(MultiBufferCoalesce, OfEverythingLeavesAnEmptySequenceWithItsRing) {
     for (const unsigned int size : {7u, 8u, 0xFFFFFFFFu}) {
         MultiBuffer stream = stream_of({"abc", "defg"});
@@ -755,6 +764,13 @@ TEST(MultiBufferSplit, MovesWholeBuffersAndCutsAtMostOne) {
     EXPECT_EQ(head.back().capacity(), second.capacity());
     EXPECT_EQ(stream.front().data(), second.data() + 2);
     EXPECT_EQ(stream.front().capacity(), second.capacity() - 2);
+}
+
+TEST(MultiBufferSplit, KeepsTheRestOfALargeBuffer) {
+    const std::string large(200000, 'a');
+    MultiBuffer stream = stream_of({'b' + large});
+    EXPECT_EQ(texts_of(stream.split(1)), Texts({"b"}));
+    EXPECT_EQ(texts_of(stream), Texts({large}));
 }
 
 TEST(MultiBufferSplit, AtABoundaryCutsNone) {

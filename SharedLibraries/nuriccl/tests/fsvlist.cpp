@@ -1115,6 +1115,36 @@ TEST(QuoteString, FindsWhatNeedsQuotesAtAnyPlace) {
     }
 }
 
+namespace {
+
+// A character of each kind at every place of a text that is long enough.
+Fields long_fields() {
+    Fields fields;
+    for (const char c : with_nuls("\"\\,;: \n\0x")) {
+        for (std::size_t place = 0; place < 40; ++place) {
+            fields.emplace_back(40, 'a');
+            fields.back()[place] = c;
+        }
+    }
+    return fields;
+}
+
+} // namespace
+
+// Only some settings allow to pass over characters in bulk.
+TEST(QuoteStringModel, AgreesOnLongFieldsWithEverySetting) {
+    expect_writing_like_model(long_fields(),
+                              writings(with_nuls("\0\""), {"null", ",", ",;"}, {"null", ";", ":"},
+                                       with_nuls("\0\\"), {"null", "x"}));
+}
+
+TEST(DequoteStringModel, AgreesOnLongTextsWithEverySetting) {
+    expect_reading_like_model(
+        long_fields(),
+        readings(with_nuls("\0\""), {"null", ",", ",;"}, with_nuls("\0\\"), {"null", ";", ":x"}),
+        false);
+}
+
 TEST(FSVList, ReadsMoreFieldsThanItExpects) {
     const Fields fields(1000, "a"); // the room that is set aside goes by the length of the text
     std::string line = "a";

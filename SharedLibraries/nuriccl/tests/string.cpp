@@ -47,6 +47,7 @@
 #include <gtest/gtest.h>
 #include <locale>
 #include <map>
+#include <numeric>
 #include <printf.h>
 #include <random>
 #include <set>
@@ -1888,6 +1889,24 @@ TEST(XmlEscape, LeavesEveryOtherByte) {
 TEST(XmlEscape, AgreesWithTheModel) {
     for (const std::string& text : texts::over<std::string>("&<>a;", 6)) {
         ASSERT_EQ(escaped(text), text_model::xml_escape(text));
+    }
+}
+
+// The text moves in bulk as long as that overwrites nothing that is still to be read: every
+// distance that it may have to go, with a run of each length to move and markup next to it.
+TEST(XmlEscape, AgreesWithTheModelAtEveryDistance) {
+    for (std::size_t run = 0; run < 40; ++run) {
+        for (std::size_t small = 0; small < 8; ++small) {
+            for (std::size_t large = 0; large < 8; ++large) {
+                const std::string markup = std::string(small, '<') + std::string(large, '&');
+                std::string plain(run, '\0');
+                std::iota(plain.begin(), plain.end(), 'A');
+                for (const char* const end : {"", "<", "&"}) {
+                    const std::string text = "0123" + markup + plain + end;
+                    ASSERT_EQ(escaped(text), model_escape(text));
+                }
+            }
+        }
     }
 }
 

@@ -20,6 +20,7 @@
 #include "support/locale.hpp"
 #include "support/number_model.hpp"
 
+#include <nuriagent/safe.hpp>
 #include <nuriccl/util.hpp>
 
 #include <cstdint>
@@ -841,6 +842,13 @@ TEST(UnsignedFromStrLimits, AreThoseOfEachType) {
               Outcome<unsigned long long>(false, 18446744073709551615ULL));
 }
 
+TEST(UnsignedFromStr, ReadsDecimalWithANullManipulator) {
+    const Manipulator null = nullptr;
+    EXPECT_EQ(read<unsigned int>("0129x", null), Outcome<unsigned int>(true, 129));
+    EXPECT_EQ(read<unsigned int>("-1", null), Outcome<unsigned int>(true, 4294967295U));
+    EXPECT_EQ(read<unsigned int>("x", null), Outcome<unsigned int>(false, 0));
+}
+
 // Every number that a text of up to six digits may mean to the narrowest type, with either sign.
 TEST(UnsignedFromStr, TakesEveryShortNumberAndNoneBeyond) {
     for (unsigned int number = 0; number <= 70000; ++number) {
@@ -1089,6 +1097,21 @@ TEST(ToIsotime, ReadsEachPieceAsSafeNumber) {
     EXPECT_TRUE(same(time, with_zone(time_of(21, 3, 4, 0, 6, 7, 8), 541, 1)));
     EXPECT_TRUE(same(to_isotime(std::string(28, 'x')), isotime{}));
     EXPECT_TRUE(same(to_isotime(std::string(25, '\0')), isotime{}));
+}
+
+// Nothing but the ten digits counts as one.
+TEST(ToIsotime, TakesEveryByteOfAPieceAsSafeNumberDoes) {
+    for (int byte = 0; byte <= 255; ++byte) {
+        std::string piece = "10";
+        piece[1] = static_cast<char>(byte);
+        std::string text = LONG_TEXT;
+        text.replace(5, 2, piece);
+        const auto number = static_cast<std::uint8_t>(safe::StringToInt32(piece));
+        EXPECT_EQ(to_isotime(text).month, number) << byte;
+        std::swap(piece[0], piece[1]);
+        const auto swapped = static_cast<std::uint8_t>(safe::StringToInt32(piece));
+        EXPECT_EQ(to_isotime(text.replace(5, 2, piece)).month, swapped) << byte;
+    }
 }
 
 TEST(ToIsotime, AddsSignedPiecesOfTheZone) {

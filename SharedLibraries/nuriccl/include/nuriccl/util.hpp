@@ -34,7 +34,7 @@ extern NURICCL_API const char BAD_TIME[29];
 extern NURICCL_API const char BAD_TIME_SHORT[26];
 
 /// The type of `std::dec`, `std::hex` and `std::oct`. Pass the functions themselves: they are
-/// recognised by their address. A null manipulator writes decimal and reads no number.
+/// recognised by their address. A null manipulator stands for `std::dec`.
 ///
 /// The address is one for all modules that let the dynamic linker share the inline functions of the
 /// standard library, which is the rule. A caller that is built with `-fvisibility-inlines-hidden`
