@@ -7,8 +7,8 @@
 /// libraries in the process use them, too.
 ///
 /// With NURICCL_TEST_MALLOC defined it replaces the C library's `malloc`, `calloc`, `realloc` and
-/// `free` in the same way, which C libraries such as zlib use. Sanitizers have a malloc of their own
-/// and do not allow that.
+/// `free` in the same way, which C libraries such as zlib use. Sanitizers have a malloc of their
+/// own and do not allow that.
 ///
 /// @code{.cpp}
 /// allocation::Watch watch;
