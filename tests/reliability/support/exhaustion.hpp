@@ -150,6 +150,14 @@ Case strong(State before, Call call) {
     return throws(std::move(before), std::move(call), unchanged);
 }
 
+/// The same case without failures of malloc.
+inline Case with_spared_malloc(const Case& holds) {
+    return [holds] {
+        const allocation::SparedMalloc spared;
+        holds();
+    };
+}
+
 /// A call that does not allocate, and gives nothing back but what its argument holds.
 template <class Prototype, class Call>
 Case none(Prototype prototype, Call call) {
