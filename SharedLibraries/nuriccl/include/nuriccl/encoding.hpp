@@ -136,7 +136,7 @@ extern NURICCL_API bool s_ignoreBadChars;      ///< used by nothing here; false
 /// @param bestFitChars  ignored
 /// @return whether every character was converted. After false `out` holds the whole text with its
 ///         replacements or, with null `defaultChars`, what was converted before the first bad
-///         character; nothing when iconv does not know the code page.
+///         character; nothing when iconv does not know the code page, or has no memory for it.
 /// @throws std::bad_alloc
 NURICCL_API bool toMultibyte(const wchar_t* src, unsigned int len, std::string& out,
                              const CodePage& cp, const char* defaultChars = nullptr,
@@ -156,7 +156,7 @@ NURICCL_API bool toMultibyte(const wchar_t* src, unsigned int len, std::string& 
 ///                        the conversion
 /// @return whether every byte was converted. After false `out` holds all characters that were found
 ///         or, without `ignoreBadChars`, what was converted before the first bad byte; nothing when
-///         iconv does not know the code page.
+///         iconv does not know the code page, or has no memory for it.
 /// @throws std::bad_alloc
 NURICCL_API bool toWideChar(const char* src, unsigned int len, std::wstring& out,
                             const CodePage& cp, bool ignoreBadChars = false);
@@ -191,7 +191,8 @@ private:
 /// @return false, with `out` untouched, when the environment names a locale that is not installed,
 ///         and when `in` is not valid in the code page; false when a character cannot be converted
 ///         back, with `out` as `toMultibyte` leaves it
-/// @throws std::bad_alloc
+/// @throws std::bad_alloc. The GNU C++ library does not check what the C library allocates for a
+///         locale: when that is what memory runs out for, the process may crash in `std::locale`.
 /// @{
 NURICCL_API bool toUpperCase(const std::string& in, std::string& out);
 NURICCL_API bool toUpperCase(const std::wstring& in, std::wstring& out);
