@@ -1903,7 +1903,7 @@ TEST(XmlEscape, AgreesWithTheModelAtEveryDistance) {
                 std::iota(plain.begin(), plain.end(), 'A');
                 for (const char* const end : {"", "<", "&"}) {
                     const std::string text = "0123" + markup + plain + end;
-                    ASSERT_EQ(escaped(text), model_escape(text));
+                    ASSERT_EQ(escaped(text), text_model::xml_escape(text));
                 }
             }
         }
