@@ -12,6 +12,7 @@ namespace {
 using nuriccl::Version;
 using version_model::Numbers;
 using version_model::numbers_of;
+using version_model::version_of;
 
 // The numbers of a text, the same for an object that is new and for one that held others.
 Numbers check_reading(const std::string& text) {
@@ -31,15 +32,6 @@ Numbers check_reading(const std::string& text) {
         FUZZ_REQUIRE(numbers_of(Version(c_string)) == *up_to_nul);
     }
     return expected.value_or(before);
-}
-
-Version version_of(const Numbers& numbers) {
-    Version version("");
-    version.m_major = numbers[0];
-    version.m_minor = numbers[1];
-    version.m_patch = numbers[2];
-    version.m_build = numbers[3];
-    return version;
 }
 
 void check_comparing(const Numbers& a, const Numbers& b, int granularity) {

@@ -28,6 +28,17 @@ inline std::string text_of(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
+/// The text with most bytes made to stand for one of a few characters, of which there are less than
+/// 224: so that a target meets what it looks for.
+template <std::size_t SIZE>
+std::string spelled(std::string text, const char (&characters)[SIZE]) {
+    for (char& c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        c = byte < 0xE0 ? characters[byte % (SIZE - 1)] : c;
+    }
+    return text;
+}
+
 /// A literal in either character width.
 template <class Text>
 Text widened(const char* text) {

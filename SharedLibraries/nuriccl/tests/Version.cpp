@@ -37,15 +37,7 @@ constexpr std::int32_t HIGHEST = std::numeric_limits<std::int32_t>::max();
 
 using version_model::Numbers;
 using version_model::numbers_of;
-
-Version version_of(const Numbers& numbers) {
-    Version version("");
-    version.m_major = numbers[0];
-    version.m_minor = numbers[1];
-    version.m_patch = numbers[2];
-    version.m_build = numbers[3];
-    return version;
-}
+using version_model::version_of;
 
 Numbers parsed(const std::string& text) { return numbers_of(Version(text)); }
 

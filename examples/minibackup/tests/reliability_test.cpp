@@ -131,6 +131,31 @@ protected:
                                            ':' + std::to_string(error)});
     }
 
+    /// Has the calls of a first save and of a later one fail, one in each save, until a save succeeds
+    /// because it makes fewer. `check` gets the outcome and the number of runs before. Whatever it
+    /// was, the store holds what it held, and the next save succeeds.
+    ///
+    /// @param fewest  how many calls there are at least
+    template <class Check>
+    void fail_calls_of_saves(const std::string& kind, int error, int fewest, Check check) {
+        for (const bool is_first : {true, false}) {
+            Outcome outcome;
+            int call = first_call();
+            for (; outcome.status != 0; call += stride()) {
+                SCOPED_TRACE("call " + std::to_string(call) + (is_first ? " of a first save" : ""));
+                ASSERT_NO_FATAL_FAILURE(start_over(is_first));
+                change_source(static_cast<std::uint32_t>(call));
+                const std::size_t runs_before = is_first ? 0 : runs().size();
+                outcome = run_with_failing_call({"save", source(), store()}, kind, call, error);
+                ASSERT_NO_FATAL_FAILURE(check(outcome, runs_before));
+                expect_intact();
+                ASSERT_NO_FATAL_FAILURE(expect_good_save());
+            }
+            RecordProperty(is_first ? "calls_of_a_first_save" : "calls_of_a_save", call);
+            EXPECT_LT(fewest, call);
+        }
+    }
+
 private:
     bool is_named(const std::string& below_source, const std::string& messages) const {
         for (std::string path = below_source;; path.resize(path.rfind('/'))) {
@@ -147,47 +172,23 @@ private:
 } // namespace
 
 TEST_F(ReliabilityTest, SaveThatIsKilledBeforeAnyOfItsCallsLosesNothing) {
-    for (const bool is_first : {true, false}) {
-        Outcome outcome;
-        int call = first_call();
-        for (; outcome.status != 0; call += stride()) {
-            SCOPED_TRACE("call " + std::to_string(call) + (is_first ? " of a first save" : ""));
-            ASSERT_NO_FATAL_FAILURE(start_over(is_first));
-            change_source(static_cast<std::uint32_t>(call));
-            const std::size_t runs_before = is_first ? 0 : runs().size();
-            outcome = run_with_failing_call({"save", source(), store()}, "any", call, 0);
-            ASSERT_TRUE(outcome.status == 0 || outcome.status == -1) << outcome.err;
-            expect_intact();
-            if (fs::exists(store())) {
-                EXPECT_LE(runs_before, runs().size());
-            }
-            ASSERT_NO_FATAL_FAILURE(expect_good_save());
+    fail_calls_of_saves("any", 0, 40, [this](const Outcome& outcome, std::size_t runs_before) {
+        ASSERT_TRUE(outcome.status == 0 || outcome.status == -1) << outcome.err;
+        if (fs::exists(store())) {
+            EXPECT_LE(runs_before, runs().size());
         }
-        RecordProperty(is_first ? "calls_of_a_first_save" : "calls_of_a_save", call);
-        EXPECT_LT(40, call);
-    }
+    });
 }
 
 TEST_F(ReliabilityTest, CallThatFindsTheDiskFullEndsTheSaveAndLosesNothing) {
-    for (const bool is_first : {true, false}) {
-        Outcome outcome;
-        int call = first_call();
-        for (; outcome.status != 0; call += stride()) {
-            SCOPED_TRACE("call " + std::to_string(call) + (is_first ? " of a first save" : ""));
-            ASSERT_NO_FATAL_FAILURE(start_over(is_first));
-            change_source(static_cast<std::uint32_t>(call));
-            outcome = run_with_failing_call({"save", source(), store()}, "change", call, ENOSPC);
-            if (outcome.status != 0) {
-                ASSERT_TRUE(ended(outcome, 2));
-                EXPECT_TRUE(contains(outcome.err, ": No space left on device\n"));
-                EXPECT_EQ(NOTHING, outcome.out);
-            }
-            expect_no_leftovers();
-            expect_intact();
-            ASSERT_NO_FATAL_FAILURE(expect_good_save());
+    fail_calls_of_saves("change", ENOSPC, 10, [this](const Outcome& outcome, std::size_t) {
+        if (outcome.status != 0) {
+            ASSERT_TRUE(ended(outcome, 2));
+            EXPECT_TRUE(contains(outcome.err, ": No space left on device\n"));
+            EXPECT_EQ(NOTHING, outcome.out);
         }
-        EXPECT_LT(10, call);
-    }
+        expect_no_leftovers();
+    });
 }
 
 // The files of a store are of many sizes: there is a limit for each way of one of them to fail.

@@ -22,6 +22,15 @@ inline Numbers numbers_of(const nuriccl::Version& version) {
     return {version.m_major, version.m_minor, version.m_patch, version.m_build};
 }
 
+inline nuriccl::Version version_of(const Numbers& numbers) {
+    nuriccl::Version version("");
+    version.m_major = numbers[0];
+    version.m_minor = numbers[1];
+    version.m_patch = numbers[2];
+    version.m_build = numbers[3];
+    return version;
+}
+
 /// Every version text by its rules, in their order. Nothing when the place of the patch lies behind
 /// the end.
 inline std::optional<Numbers> parsed(const std::string& text) {
