@@ -68,7 +68,7 @@ std::size_t to_size(std::uint64_t length) {
 // Writes the encoded text so that it ends at `end`. Going backwards it may overwrite the text
 // itself, when both begin at the same place.
 void encode_backwards(std::string_view text, char* end, const Set& set, char esc) {
-    for (std::size_t i = text.size(); i-- > 0;) {
+    for (std::size_t i = text.size(); i-- > 0;) { // ends below 0
         const unsigned char byte = to_byte(text[i]);
         if (set.holds(text[i])) {
             *--end = CharacterEncoder::HEX_CHARS[byte & 15];

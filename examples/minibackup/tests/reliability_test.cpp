@@ -131,9 +131,9 @@ protected:
                                            ':' + std::to_string(error)});
     }
 
-    /// Has the calls of a first save and of a later one fail, one in each save, until a save succeeds
-    /// because it makes fewer. `check` gets the outcome and the number of runs before. Whatever it
-    /// was, the store holds what it held, and the next save succeeds.
+    /// Has the calls of a first save and of a later one fail, one in each save, until a save
+    /// succeeds because it makes fewer. `check` gets the outcome and the number of runs before.
+    /// Whatever it was, the store holds what it held, and the next save succeeds.
     ///
     /// @param fewest  how many calls there are at least
     template <class Check>
