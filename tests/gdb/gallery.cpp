@@ -306,8 +306,8 @@ void fill() {
     break_objects();
 }
 
-[[gnu::noipa]] std::size_t is_open(Buffer by_value, const Buffer& by_reference) {
-    return by_value.data_length() + by_reference.data_length();
+[[gnu::noinline]] std::size_t is_open(const Buffer& left, const Buffer& right) {
+    return left.data_length() + right.data_length();
 }
 
 } // namespace gallery
