@@ -48,8 +48,8 @@ def play(arguments, commands):
         start.append(f"generate-core-file {arguments.write_core}")
     for command in commands:
         start += [f"echo {PROMPT}{command}\\n", command]
-    call = [arguments.gdb, "-nx", "-batch", "-iex", f"add-auto-load-safe-path {arguments.safe_path}"]
-    call += ["-iex", "set width 0", "-iex", "set startup-with-shell off"]
+    call = [arguments.gdb, "-nx", "-batch"]
+    call += ["-iex", f"add-auto-load-safe-path {arguments.safe_path}", "-iex", "set width 0"]
     call += [part for command in start for part in ("-ex", command)]
     run = subprocess.run(
         [*call, arguments.program],

@@ -12,7 +12,7 @@ shift 2
 
 rm -rf "$to"
 mkdir "$to"
-cp -P "$from"/lib*.so* "$from"/*.py "$to"
+cp -P "$from"/lib*.so* "$from"/nuriccl_printers.py "$to"
 for library in nuriagent nuriccl; do
     "$STRIP" "$to/lib$library.so"
     if "$READELF" -SW "$to/lib$library.so" | grep -F .debug_info; then

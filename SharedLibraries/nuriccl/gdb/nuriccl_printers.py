@@ -346,7 +346,8 @@ class Buffer(Printer):
             text = "Buffer: no storage"
         else:
             handles = self.handles(data, length, capacity)
-            text = f"Buffer: {length} of {count_of(capacity, 'byte')}, {count_of(handles, 'handle')}"
+            text = f"Buffer: {length} of {count_of(capacity, 'byte')}"
+            text += f", {count_of(handles, 'handle')}"
         if depth != 0:
             text += f", update depth {depth}"
         return text + self.dump(data, length)
