@@ -23,10 +23,12 @@
 
 namespace nuriccl {
 
+/// The classes of temporary files. See the top of tempfile.hpp.
 class NURICCL_API TempFile {
 public:
     /// Who asks for an exclusion.
     struct ExclusionType {
+        /// The kinds of exclusion.
         enum values : int {
             NONE = 0,
             SYSTEM = 1, ///< the operating system; the kind of all classes that are recognised
