@@ -96,6 +96,21 @@ foreach(guide ${nuriccl_guides})
     cmake_path(GET guide STEM name)
     nuriccl_add_document_test(guide.${name} ${guide})
 endforeach()
+find_program(NURICCL_MANDOC mandoc REQUIRED)
+if(NOT nuriccl_makes_manuals)
+    message(FATAL_ERROR
+        "The tests look at the man pages, which are made by lowdown. Install Debian's package of "
+        "that name, or configure with -DNURICCL_BUILD_TESTS=OFF.")
+endif()
+get_property(nuriccl_manuals GLOBAL PROPERTY NURICCL_MANUALS)
+add_test(NAME docs.manuals
+    COMMAND ${NURICCL_BASH} ${nuriccl_doc_tests}/manuals.sh ${nuriccl_manuals})
+if(TARGET minibackup)
+    add_test(NAME docs.manual.minibackup
+        COMMAND ${NURICCL_BASH} ${nuriccl_doc_tests}/manual_of_program.sh
+            $<TARGET_FILE:minibackup> ${PROJECT_BINARY_DIR}/man/man1/minibackup.1.gz)
+endif()
+
 add_test(NAME docs.extraction
     COMMAND Python3::Interpreter -B ${nuriccl_doc_tests}/examples_test.py)
 
