@@ -21,7 +21,9 @@ guide_to_manual() {
             family = purpose = substr($0, 3)
             sub(/: .*/, "", family)
             sub(/^[^:]*: /, "", purpose)
-            print "# NAME\n\nnuriccl_" family " - " purpose
+            name = "nuriccl_" family
+            gsub(/_/, "\\_", name) # no emphasis
+            print "# NAME\n\n" name " - " purpose
             print "\n# SYNOPSIS\n\n`#include <nuriccl/" family ".hpp>`\n\n# DESCRIPTION"
             next
         }
