@@ -29,7 +29,8 @@ find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(nuriccl_doc_tests ${PROJECT_SOURCE_DIR}/tests/docs)
 file(GLOB nuriccl_guides CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/guides/*.md)
 file(GLOB nuriccl_documents CONFIGURE_DEPENDS
-    ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md ${PROJECT_SOURCE_DIR}/docs/man/*.md)
+    ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md ${PROJECT_SOURCE_DIR}/docs/man/*.md
+    ${PROJECT_SOURCE_DIR}/docs/site/*.md)
 add_test(NAME docs.links
     COMMAND ${NURICCL_BASH} ${nuriccl_doc_tests}/links.sh ${nuriccl_documents} ${nuriccl_guides})
 
@@ -113,6 +114,14 @@ endif()
 
 add_test(NAME docs.extraction
     COMMAND Python3::Interpreter -B ${nuriccl_doc_tests}/examples_test.py)
+
+# The site does not depend on the pointer size, nor on what is built.
+if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT NURICCL_SANITIZE AND NOT NURICCL_COVERAGE)
+    find_program(NURICCL_DOXYGEN doxygen REQUIRED)
+    add_test(NAME docs.site
+        COMMAND ${NURICCL_BASH} ${nuriccl_doc_tests}/site.sh
+            ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/docs/site)
+endif()
 
 # The README's reader builds without sanitizers.
 if(PROJECT_IS_TOP_LEVEL AND NOT NURICCL_SANITIZE)
