@@ -45,8 +45,8 @@ for header in "$checkout"/SharedLibraries/*/include/*/*.hpp; do
 done
 while IFS= read -r link; do
     [[ -e $site/$link ]] || report "a page leads to $link, which is not there"
-done < <(grep -ohE '(href|src|data)="[^"#:?]+' "$site"/index.html "$site"/page_*.html \
-    "$site"/guide_*.html "$site"/*_8hpp.html | sed 's/.*"//' | sort -u)
+done < <(grep -ohE '(href|src|data)="[^"#][^"]*' "$site"/*.html | sed 's/.*"//; s/[#?].*//' |
+    grep -v : | sort -u)
 
 ((pages > 30)) || report "found only $pages pages"
 printf '%d pages\n' "$pages"
