@@ -13,7 +13,7 @@ readonly BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib zlib1g-dev lib32z1-d
 # shellcheck disable=SC2034
 readonly TEST_PACKAGES=(googletest pkgconf binutils python3 doxygen lowdown mandoc)
 # shellcheck disable=SC2034
-readonly DOC_PACKAGES=(doxygen python3)
+readonly DOC_PACKAGES=(doxygen lowdown python3)
 # shellcheck disable=SC2034
 readonly FORMAT_PACKAGES=(clang-format)
 # shellcheck disable=SC2034
@@ -41,7 +41,7 @@ declare -rA PACKAGE_PURPOSE=(
     [pkgconf]="finds libraries"
     [binutils]="the tests read the exported symbols"
     [doxygen]="makes the site of the documents"
-    [lowdown]="makes the man pages"
+    [lowdown]="makes the man pages, and HTML of the documents"
     [mandoc]="checks the man pages"
     [clang-format]="formats the sources"
     [clang-tidy]="checks the sources"
@@ -57,7 +57,7 @@ declare -rA PACKAGE_PURPOSE=(
     [libcsv-dev]="libcsv, to compare with"
     [openssl]="the command, to compare with"
     [valgrind]="counts instructions"
-    [python3]="makes tables of what was measured"
+    [python3]="makes tables of what was measured, and takes documents apart"
 )
 
 say() { printf '%s\n' "$*"; }

@@ -1,19 +1,20 @@
 #!/usr/bin/env python3
 """Usage: markdown.py DOCUMENT
 
-Doxygen's filter for Markdown: gives each page and each heading of DOCUMENT a name, and makes the
-links between documents, which lead to files, lead to these names. Lines keep their numbers, so that
-warnings name the right ones.
+Doxygen's filter for Markdown. What Doxygen makes of Markdown is not what GitHub makes of it (strong
+text that begins with code, for one), so it gets HTML, made by lowdown, and only the headings and
+the code blocks as they are. Links between documents, which lead to files, lead to pages of the site
+here.
 """
 
 import os
 import pathlib
 import re
+import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-FRONT = "docs/site/front.md"
-LINK = re.compile(r"(!?)\[((?:[^\]`]|`[^`]*`)*)\]\(([^)\s]+)\)")
+LINK = re.compile(r'(<(?:a href|img src)=")([^"]*)')
 
 
 def page(path):
@@ -38,55 +39,78 @@ def guides():
 
 
 def target(document, link):
-    """Where a link leads to on the site; None when that is not a part of it."""
+    """Where a link of a document leads to on the site; None when that is not a part of it."""
     if re.match(r"[a-z]+:", link):
         return link
     file, _, heading = link.partition("#")
     path = os.path.normpath(document.parent / file) if file else str(document)
+    name = os.path.basename(path)
+    if path.endswith(".svg"):
+        return name
     if path.endswith(".hpp") and "/include/" in path:
-        return f"@ref {path.partition('/include/')[2]}"
+        return name.replace("_", "__").replace(".", "_8") + ".html"
     if not path.endswith(".md") or path.startswith(("docs/man/", "..")):
         return None
-    return f"@ref {page(path)}{'_' + heading if heading else ''}"
+    return f"{page(path)}.html{f'#{page(path)}_{heading}' if heading else ''}"
 
 
-def convert_link(document, match):
-    image, text, link = match.groups()
-    if image:
-        return f"![{text}]({os.path.basename(link)})"
-    leads_to = target(document, link)
-    return text if leads_to is None else f"[{text}]({leads_to})"
+def html(document, prose):
+    """Markdown without headings and code blocks as HTML in a block for Doxygen."""
+    text = subprocess.run(["lowdown", "-Thtml", "--out-no-smarty"], input=prose,
+                          capture_output=True, check=True, encoding="utf-8").stdout
+
+    def convert_link(match):
+        leads_to = target(document, match[2])
+        return "<span title=\"" + match[2] if leads_to is None else match[1] + leads_to
+
+    text = LINK.sub(convert_link, text)
+    text = re.sub(r"(<span title=(?:(?!</a>).)*)</a>", r"\1</span>", text, flags=re.DOTALL)
+    text = text.replace("<table>", '<table class="markdownTable">')
+    return f"@htmlonly[block]\n{text}\n@endhtmlonly\n\n"
 
 
-def convert_prose(document, line, titled):
-    if line.strip() == "<!-- guides -->":
-        return guides()
-    if match := re.match(r"(#+) (.*)", line):
-        if not titled:
-            return f"{line} {{#{page(document)}}}"
-        # Doxygen takes no name from a heading that follows a list.
-        command = "sub" * (len(match[1]) - 2) + "section"
-        return f"@{command} {page(document)}_{anchor(match[2])} {match[2]}"
-    # Code in backquotes has no links.
-    parts = re.split(r"(?<!\[)(`[^`]*`)(?!\])", line)
-    return "".join(part if part.startswith("`") else
-                   LINK.sub(lambda match: convert_link(document, match), part) for part in parts)
+def pieces(lines):
+    """Pairs of a kind (prose, heading, code, guides) and the lines."""
+    prose, code = [], None
+    for line in lines:
+        kind = "heading" if re.match("#+ ", line) else "guides" if "<!-- guides -->" in line else ""
+        if code is not None:
+            code.append(line)
+            if line == "```":
+                yield "code", code
+                code = None
+        elif kind or line.startswith("```"):
+            yield "prose", prose
+            prose = []
+            if kind:
+                yield kind, [line]
+            else:
+                code = [line]
+        elif not re.match("<!--.*-->$", line):
+            prose.append(line)
+    yield "prose", prose
 
 
 def convert(document):
-    lines = []
-    code = titled = False
-    for line in (ROOT / document).read_text(encoding="utf-8").splitlines():
-        if line.startswith("```"):
-            code = not code
+    text = []
+    titled = False
+    for kind, lines in pieces((ROOT / document).read_text(encoding="utf-8").splitlines()):
+        if kind == "prose" and any(lines):
+            text.append(html(document, "\n".join(lines) + "\n"))
+        elif kind == "guides":
+            text.append(guides() + "\n\n")
+        elif kind == "code":
             # A block without a language is a picture; Doxygen would take it for C++.
-            lines.append("```unparsed" if code and line == "```" else line)
-        elif code:
-            lines.append(line)
-        else:
-            lines.append(convert_prose(document, line, titled))
-            titled = titled or line.startswith("# ")
-    return "\n".join(lines) + "\n"
+            lines[0] = "```unparsed" if lines[0] == "```" else lines[0]
+            text.append("\n".join(lines) + "\n\n")
+        elif kind == "heading" and not titled:
+            titled = True
+            text.append(f"{lines[0]} {{#{page(document)}}}\n\n")
+        elif kind == "heading":
+            marks, _, heading = lines[0].partition(" ")
+            command = "sub" * (len(marks) - 2) + "section"
+            text.append(f"@{command} {page(document)}_{anchor(heading)} {heading}\n\n")
+    return "".join(text)
 
 
 if __name__ == "__main__":

@@ -51,13 +51,14 @@ class Block:
     kind: str  # statements, program, output, run, from, not run, picture
     text: str
     argument: str = ""
+    program: int = 0  # which program of the document it is, from 1 on
 
     def fault(self, message):
         return Fault(f"{self.document}:{self.line - 1}: {message}")
 
     def name(self):
         """Names the program of this block."""
-        return f"{document_name(self.document)}_{self.line}"
+        return f"{document_name(self.document)}_{self.program}"
 
 
 def document_name(document):
@@ -83,6 +84,7 @@ def kind_of(language, marker, argument, text):
 def read_blocks(document):
     """The blocks of a document in their order."""
     blocks = []
+    programs = 0
     marker = argument = None
     fence = None  # line number, language and lines of the block that is open
     lines = pathlib.Path(document).read_text(encoding="utf-8").splitlines()
@@ -100,7 +102,9 @@ def read_blocks(document):
             if kind is None:
                 stop(start, f"no comment above this block of '{language}' says what it is for"
                      if marker is None else f"a block of '{language}' cannot be '{marker}'")
-            blocks.append(Block(pathlib.Path(document), start + 1, kind, text, argument or ""))
+            programs += kind == "program"
+            blocks.append(Block(pathlib.Path(document), start + 1, kind, text, argument or "",
+                                programs))
             fence = marker = argument = None
         elif line.startswith("```"):
             fence = (number, line[3:], [])

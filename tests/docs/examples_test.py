@@ -92,7 +92,7 @@ class Splitting(Documents):
 
     def test_sources_name_the_line_of_the_document(self):
         words = self.split("first\n```cpp\nint main() {}\n```\n```cpp\nassert(true);\n```\n")
-        self.assertEqual(words[:2], ["program", "guide_3"])
+        self.assertEqual(words[:2], ["program", "guide_1"])
         self.assertEqual(pathlib.Path(words[2]).read_text(encoding="utf-8"),
                          f'#line 3 "{self.document}"\nint main() {{}}\n')
         statements = (self.folder / "out/statements.cpp").read_text(encoding="utf-8")
@@ -131,7 +131,7 @@ class Running(Documents):
 
     def test_program(self):
         text = "```cpp\nint main() {}\n```\n<!-- output -->\n```text\nhi\n```\n"
-        program = self.folder / "docs_guide_2"
+        program = self.folder / "docs_guide_1"
         program.write_text("#!/bin/sh\necho hi\n", encoding="utf-8")
         program.chmod(0o755)
         self.assertEqual(self.run_document(text), 1)
