@@ -7,6 +7,7 @@ if(NURICCL_INSTALL OR NURICCL_BUILD_TESTS)
     if(NURICCL_LOWDOWN)
         find_program(NURICCL_SH sh REQUIRED)
         set(nuriccl_makes_manuals ON)
+        add_custom_target(nuriccl_manuals ALL)
     else()
         message(STATUS "Without man pages: lowdown makes them (Debian's package of that name)")
     endif()
@@ -30,26 +31,29 @@ function(nuriccl_add_manual source)
         set(arg_NAME ${CMAKE_MATCH_1})
         set(arg_SECTION ${CMAKE_MATCH_2})
     endif()
-    set(folder ${PROJECT_BINARY_DIR}/man/man${arg_SECTION})
-    set(manual ${folder}/${arg_NAME}.${arg_SECTION}.gz)
-    file(MAKE_DIRECTORY ${folder})
-    set(script ${PROJECT_SOURCE_DIR}/cmake/manual.sh)
-    add_custom_command(
-        OUTPUT ${manual}
-        COMMAND ${NURICCL_SH} ${script} ${source} ${arg_NAME} ${arg_SECTION} ${PROJECT_VERSION}
-            ${manual}
-        DEPENDS ${script} ${source}
-        COMMENT "Making the man page ${arg_NAME}(${arg_SECTION})"
-        VERBATIM)
-    if(NOT TARGET nuriccl_manuals)
-        add_custom_target(nuriccl_manuals ALL)
+    set(manual man/man${arg_SECTION}/${arg_NAME}.${arg_SECTION}.gz)
+    if(NURICCL_PACKAGES_OF)
+        # A build folder that only packs has those of the one whose programs it packs.
+        cmake_path(ABSOLUTE_PATH manual BASE_DIRECTORY ${NURICCL_PACKAGES_OF})
+    else()
+        cmake_path(ABSOLUTE_PATH manual BASE_DIRECTORY ${PROJECT_BINARY_DIR})
+        file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/man/man${arg_SECTION})
+        set(script ${PROJECT_SOURCE_DIR}/cmake/manual.sh)
+        add_custom_command(
+            OUTPUT ${manual}
+            COMMAND ${NURICCL_SH} ${script} ${source} ${arg_NAME} ${arg_SECTION} ${PROJECT_VERSION}
+                ${manual}
+            DEPENDS ${script} ${source}
+            COMMENT "Making the man page ${arg_NAME}(${arg_SECTION})"
+            VERBATIM)
+        add_custom_target(manual_${arg_NAME}.${arg_SECTION} DEPENDS ${manual})
+        add_dependencies(nuriccl_manuals manual_${arg_NAME}.${arg_SECTION})
+        set_property(GLOBAL APPEND PROPERTY NURICCL_MANUALS ${manual})
     endif()
-    add_custom_target(manual_${arg_NAME}.${arg_SECTION} DEPENDS ${manual})
-    add_dependencies(nuriccl_manuals manual_${arg_NAME}.${arg_SECTION})
-    set_property(GLOBAL APPEND PROPERTY NURICCL_MANUALS ${manual})
     if(NURICCL_INSTALL)
+        # Who has built nothing but the library installs nothing but the library.
         install(FILES ${manual} DESTINATION share/man/man${arg_SECTION}
-            COMPONENT ${arg_COMPONENT})
+            COMPONENT ${arg_COMPONENT} OPTIONAL)
     endif()
 endfunction()
 
@@ -60,4 +64,7 @@ foreach(guide ${nuriccl_guides})
 endforeach()
 if(NURICCL_BUILD_EXAMPLES)
     nuriccl_add_manual(docs/man/minibackup.1.md COMPONENT minibackup)
+endif()
+if(NURICCL_BUILD_TOOLS)
+    nuriccl_add_manual(docs/man/nuriccl-tool.1.md COMPONENT tool)
 endif()

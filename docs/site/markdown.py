@@ -105,7 +105,9 @@ def convert(document):
             text.append("\n".join(lines) + "\n\n")
         elif kind == "heading" and not titled:
             titled = True
-            text.append(f"{lines[0]} {{#{page(document)}}}\n\n")
+            # The front page has the name of the whole.
+            title = "# README" if document.name == "README.md" else lines[0]
+            text.append(f"{title} {{#{page(document)}}}\n\n")
         elif kind == "heading":
             marks, _, heading = lines[0].partition(" ")
             command = "sub" * (len(marks) - 2) + "section"

@@ -19,7 +19,7 @@ for manual in "$@"; do
     mandoc -T lint -W error <<<"$text" || fail "$manual" "mandoc finds errors"
     grep -F ".TH \"${name^^}\" \"$section\" " <<<"$text" >/dev/null ||
         fail "$manual" "the title is not $name($section)"
-    grep -A1 -Fx '.SH NAME' <<<"$text" | grep -xE "$name \\\\- [^ ].+" >/dev/null ||
+    grep -A1 -Fx '.SH NAME' <<<"$text" | tr -d '\\' | grep -xE "$name - [^ ].+" >/dev/null ||
         fail "$manual" "the section NAME has no line \"$name - what it is for\""
     sections=$(grep -c '^\.SH ' <<<"$text")
     ((sections > 3)) || fail "$manual" "has few sections"
