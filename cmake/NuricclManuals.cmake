@@ -51,7 +51,7 @@ function(nuriccl_add_manual source)
         set_property(GLOBAL APPEND PROPERTY NURICCL_MANUALS ${manual})
     endif()
     if(NURICCL_INSTALL)
-        # Who has built nothing but the library installs nothing but the library.
+        # Who builds the library alone installs it alone.
         install(FILES ${manual} DESTINATION share/man/man${arg_SECTION}
             COMPONENT ${arg_COMPONENT} OPTIONAL)
     endif()

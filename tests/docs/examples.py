@@ -36,8 +36,8 @@ from dataclasses import dataclass
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 MARKER = re.compile(r"<!-- *(output|run|from|not run)(?:: *(.*?))? *-->$")
-SYSTEM_HEADERS = """algorithm cassert cerrno cstdint cstring fstream iostream iterator list locale map
-    sstream stdexcept string utility vector""".split()
+SYSTEM_HEADERS = """algorithm cassert cerrno cstdint cstring fstream iostream iterator list locale
+    map sstream stdexcept string utility vector""".split()
 
 
 class Fault(Exception):

@@ -41,7 +41,8 @@ while IFS= read -r option; do
 done < <(comm -3 <(options <<<"$help") <(options <<<"$page") | tr -d '\t')
 
 # Exit status N is told by both.
-for status in $("$program" --help | tr '\n' ' ' | sed 's/.*Exit status: //' | grep -oE '\b[0-9]\b'); do
+exit_status=$("$program" --help | tr '\n' ' ' | sed 's/.*Exit status: //')
+for status in $(grep -oE '\b[0-9]\b' <<<"$exit_status"); do
     grep -xE " *$status" <<<"$page" >/dev/null || report "has no exit status $status"
 done
 ((failures == 0))

@@ -21,6 +21,7 @@
 
 #include <nuriagent/export.hpp>
 
+/// The Base64 codec. See the top of base64.hpp.
 namespace base64 {
 
 /// How a call ended.

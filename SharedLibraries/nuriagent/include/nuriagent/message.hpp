@@ -24,10 +24,17 @@
 #include <string>
 #include <vector>
 
+/// What messages are made of.
 namespace I18NMessage {
 
 /// How much a message matters.
-enum MessageSeverity : int { debug = 0, information = 1, warning = 2, error = 3, fatal = 4 };
+enum MessageSeverity : int {
+    debug = 0,       ///< for developers
+    information = 1, ///< all is well
+    warning = 2,     ///< somebody should look at it
+    error = 3,       ///< something could not be done
+    fatal = 4        ///< nothing more can be done
+};
 
 /// A text that stands in a message.
 class NURIAGENT_API Parameter {

@@ -20,6 +20,7 @@
 #include <iosfwd>
 #include <string>
 
+/// What is traced.
 namespace nuritrace {
 
 /// Whether memory operations are traced. Set it before the threads start that read it.
@@ -27,6 +28,7 @@ extern NURIAGENT_API bool tMEMORY;
 
 } // namespace nuritrace
 
+/// How it is traced.
 namespace csl {
 
 /// Sets the stream that trace records go to and returns the one set before; null discards the

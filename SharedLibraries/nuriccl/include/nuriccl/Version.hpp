@@ -26,7 +26,12 @@ namespace nuriccl {
 class NURICCL_API Version {
 public:
     /// The last number that a comparison looks at.
-    enum granularity : int { MAJOR = 0, MINOR = 1, PATCH = 2, BUILD = 3 };
+    enum granularity : int {
+        MAJOR = 0, ///< the first of the four
+        MINOR = 1, ///< the second
+        PATCH = 2, ///< the third
+        BUILD = 3  ///< the last: all are compared
+    };
 
     /// See `init`; a null text is the empty one.
     explicit Version(const char* text);

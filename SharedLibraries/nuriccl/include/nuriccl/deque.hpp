@@ -192,9 +192,7 @@ class deque<T, Allocator>::basic_iterator {
 
 public:
     using iterator_category = std::bidirectional_iterator_tag;
-    /// What the queue holds.
     using value_type = T;
-    /// Steps between two places.
     using difference_type = std::ptrdiff_t;
     using reference = std::conditional_t<Const, const T&, T&>;
     using pointer = std::conditional_t<Const, const T*, T*>;

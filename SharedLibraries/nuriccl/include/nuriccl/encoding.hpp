@@ -44,6 +44,7 @@
 
 namespace nuriccl {
 
+/// Code pages and conversions. See the top of encoding.hpp.
 namespace Encoding {
 class CodePage;
 }

@@ -31,6 +31,7 @@
 #include <string>
 #include <vector>
 
+/// Functions on short texts. See the top of string.hpp.
 namespace nuriccl::string {
 
 /// @name Shared characters
