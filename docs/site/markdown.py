@@ -54,19 +54,21 @@ def target(document, link):
     return f"{page(path)}.html{f'#{page(path)}_{heading}' if heading else ''}"
 
 
-def html(document, prose):
-    """Markdown without headings and code blocks as HTML in a block for Doxygen."""
-    text = subprocess.run(["lowdown", "-Thtml", "--out-no-smarty"], input=prose,
-                          capture_output=True, check=True, encoding="utf-8").stdout
+def html(document, texts):
+    """Texts of Markdown without headings and code blocks as HTML."""
+    between = "END-OF-PIECE"
+    whole = subprocess.run(["lowdown", "-Thtml", "--out-no-smarty"],
+                           input=f"\n\n{between}\n\n".join(texts), capture_output=True,
+                           check=True, encoding="utf-8").stdout
 
     def convert_link(match):
         leads_to = target(document, match[2])
-        return "<span title=\"" + match[2] if leads_to is None else match[1] + leads_to
+        return f'<span title="{match[2]}' if leads_to is None else match[1] + leads_to
 
-    text = LINK.sub(convert_link, text)
-    text = re.sub(r"(<span title=(?:(?!</a>).)*)</a>", r"\1</span>", text, flags=re.DOTALL)
-    text = text.replace("<table>", '<table class="markdownTable">')
-    return f"@htmlonly[block]\n{text}\n@endhtmlonly\n\n"
+    whole = LINK.sub(convert_link, whole)
+    whole = re.sub(r"(<span title=(?:(?!</a>).)*)</a>", r"\1</span>", whole, flags=re.DOTALL)
+    whole = whole.replace("<table>", '<table class="markdownTable">')
+    return whole.split(f"<p>{between}</p>")
 
 
 def pieces(lines):
@@ -94,21 +96,25 @@ def pieces(lines):
 def convert(document):
     text = []
     titled = False
-    for kind, lines in pieces((ROOT / document).read_text(encoding="utf-8").splitlines()):
-        if kind == "prose" and any(lines):
-            text.append(html(document, "\n".join(lines) + "\n"))
+    found = [(kind, lines) for kind, lines in
+             pieces((ROOT / document).read_text(encoding="utf-8").splitlines())
+             if kind != "prose" or any(lines)]
+    prose = iter(html(document, ["\n".join(lines) for kind, lines in found if kind == "prose"]))
+    for kind, lines in found:
+        if kind == "prose":
+            text.append(f"@htmlonly[block]\n{next(prose).strip()}\n@endhtmlonly\n\n")
         elif kind == "guides":
             text.append(guides() + "\n\n")
         elif kind == "code":
             # A block without a language is a picture; Doxygen would take it for C++.
             lines[0] = "```unparsed" if lines[0] == "```" else lines[0]
             text.append("\n".join(lines) + "\n\n")
-        elif kind == "heading" and not titled:
+        elif not titled:
             titled = True
             # The front page has the name of the whole.
             title = "# README" if document.name == "README.md" else lines[0]
             text.append(f"{title} {{#{page(document)}}}\n\n")
-        elif kind == "heading":
+        else:
             marks, _, heading = lines[0].partition(" ")
             command = "sub" * (len(marks) - 2) + "section"
             text.append(f"@{command} {page(document)}_{anchor(heading)} {heading}\n\n")
