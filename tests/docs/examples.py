@@ -18,7 +18,7 @@ Above each block stands a comment that says what it is, but for C++:
                                 program, which is compiled by itself
     <!-- output -->, ```text    all that the program or the commands in the block before print
     <!-- run -->, ```sh         commands; each must succeed
-    <!-- from: PATH -->         lines as they stand in this file of the tree
+    <!-- excerpt: PATH -->      lines as they stand in this file of the tree
     <!-- not run: REASON -->    nothing of that
     ```                         a block without a language is a picture
 
@@ -35,7 +35,7 @@ import sys
 from dataclasses import dataclass
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-MARKER = re.compile(r"<!-- *(output|run|from|not run)(?:: *(.*?))? *-->$")
+MARKER = re.compile(r"<!-- *(output|run|excerpt|not run)(?:: *(.*?))? *-->$")
 SYSTEM_HEADERS = """algorithm cassert cerrno cstdint cstring fstream iostream iterator list locale
     map sstream stdexcept string utility vector""".split()
 
@@ -48,7 +48,7 @@ class Fault(Exception):
 class Block:
     document: pathlib.Path
     line: int  # of the first line inside
-    kind: str  # statements, program, output, run, from, not run, picture
+    kind: str  # statements, program, output, run, excerpt, not run, picture
     text: str
     argument: str = ""
     program: int = 0  # which program of the document it is, from 1 on
@@ -70,7 +70,7 @@ def document_name(document):
 
 def kind_of(language, marker, argument, text):
     """The kind of a block, or None when its comment does not fit its language."""
-    if marker in ("not run", "from"):
+    if marker in ("not run", "excerpt"):
         return marker if argument else None
     if marker is None and language == "":
         return "picture"
@@ -134,7 +134,7 @@ def examples(blocks):
             pairs[-1] = (pairs[-1][0], block.text)
         elif block.kind in ("program", "run"):
             pairs.append((block, ""))
-        elif block.kind == "from":
+        elif block.kind == "excerpt":
             check_excerpt(block)
         takes_output = block.kind in ("program", "run")
     return pairs
@@ -227,7 +227,7 @@ def run(programs, commands, scratch, documents):
             if block.kind == "program":
                 command = [programs / f"docs_{block.name()}"]
             run_example(block, expected, command, **where)
-        count += len(statements) + len(pairs) + sum(block.kind == "from" for block in blocks)
+        count += len(statements) + len(pairs) + sum(block.kind == "excerpt" for block in blocks)
     return count
 
 

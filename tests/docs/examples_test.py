@@ -38,7 +38,7 @@ class Reading(Documents):
         blocks = self.read((FIXTURES / "kinds.md").read_text(encoding="utf-8"))
         self.assertEqual([block.kind for block in blocks],
                          ["statements", "program", "output", "run", "output", "not run", "picture",
-                          "from"])
+                          "excerpt"])
         self.assertEqual(blocks[0].text, "assert(1 + 1 == 2);\n")
 
     def test_statements_are_no_empty_promise(self):
@@ -75,7 +75,7 @@ class Reading(Documents):
                             lambda text: examples.examples(self.read(text)))
 
     def test_excerpt(self):
-        excerpt = "<!-- from: tests/docs/fixtures/kinds.md -->\n```text\n{}\n```\n"
+        excerpt = "<!-- excerpt: tests/docs/fixtures/kinds.md -->\n```text\n{}\n```\n"
         take = lambda text: examples.examples(self.read(text))
         self.assertEqual(take(excerpt.format("assert(1 + 1 == 2);")), [])
         self.assert_refused("has no such lines", excerpt.format("1 + 1 == 2"), take)
