@@ -18,7 +18,8 @@ Above each block stands a comment that says what it is, but for C++:
                                 program, which is compiled by itself
     <!-- output -->, ```text    all that the program or the commands in the block before print
     <!-- run -->, ```sh         commands; each must succeed
-    <!-- excerpt: PATH -->      lines as they stand in this file of the tree
+    <!-- excerpt: PATH -->      lines as they stand in this file of the tree; "..." on a line of its
+                                own stands for any others
     <!-- not run: REASON -->    nothing of that
     ```                         a block without a language is a picture
 
@@ -144,8 +145,13 @@ def check_excerpt(block):
     path = ROOT / block.argument
     if not path.is_file():
         raise block.fault(f"there is no file {block.argument}")
-    if not block.text or "\n" + block.text not in "\n" + path.read_text(encoding="utf-8"):
-        raise block.fault(f"{block.argument} has no such lines")
+    text = "\n" + path.read_text(encoding="utf-8")
+    position = 0
+    for part in re.split(r"^\.\.\.\n", block.text, flags=re.MULTILINE):
+        position = text.find("\n" + part, position) if part else -1
+        if position < 0:
+            raise block.fault(f"{block.argument} has no such lines")
+        position += len(part)
 
 
 def write_if_new(path, text):

@@ -78,6 +78,10 @@ class Reading(Documents):
         excerpt = "<!-- excerpt: tests/docs/fixtures/kinds.md -->\n```text\n{}\n```\n"
         take = lambda text: examples.examples(self.read(text))
         self.assertEqual(take(excerpt.format("assert(1 + 1 == 2);")), [])
+        self.assertEqual(take(excerpt.format("assert(1 + 1 == 2);\n...\nIt prints:")), [])
+        self.assert_refused("no such lines",
+                            excerpt.format("It prints:\n...\nassert(1 + 1 == 2);"), take)
+        self.assert_refused("no such lines", excerpt.format("...\n..."), take)
         self.assert_refused("has no such lines", excerpt.format("1 + 1 == 2"), take)
         self.assert_refused("there is no file", excerpt.replace("kinds", "none"), take)
 
