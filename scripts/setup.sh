@@ -11,7 +11,9 @@ root=$(cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/.." && pwd -
 # shellcheck disable=SC2034 # the lists are used by the scripts
 readonly BUILD_PACKAGES=(cmake ninja-build g++ g++-multilib zlib1g-dev lib32z1-dev libboost-dev)
 # shellcheck disable=SC2034
-readonly TEST_PACKAGES=(googletest pkgconf binutils python3 gdb)
+readonly TEST_PACKAGES=(googletest pkgconf binutils python3 gdb doxygen lowdown mandoc)
+# shellcheck disable=SC2034
+readonly DOC_PACKAGES=(doxygen lowdown python3)
 # shellcheck disable=SC2034
 readonly FORMAT_PACKAGES=(clang-format)
 # shellcheck disable=SC2034
@@ -39,6 +41,9 @@ declare -rA PACKAGE_PURPOSE=(
     [pkgconf]="finds libraries"
     [binutils]="the tests read the exported symbols"
     [gdb]="the tests have it show the library's objects"
+    [doxygen]="makes the site of the documents"
+    [lowdown]="makes the man pages, and HTML of the documents"
+    [mandoc]="checks the man pages"
     [clang-format]="formats the sources"
     [clang-tidy]="checks the sources"
     [clang]="compiles for the fuzzer"
@@ -53,7 +58,7 @@ declare -rA PACKAGE_PURPOSE=(
     [libcsv-dev]="libcsv, to compare with"
     [openssl]="the command, to compare with"
     [valgrind]="counts instructions"
-    [python3]="makes tables of what was measured"
+    [python3]="makes tables of what was measured, and takes documents apart"
 )
 
 say() { printf '%s\n' "$*"; }

@@ -21,22 +21,25 @@
 
 #include <nuriagent/export.hpp>
 
+/// The Base64 codec. See the top of base64.hpp.
 namespace base64 {
 
 /// How a call ended.
 struct Results {
-    static constexpr int DONE = 0;
+    static constexpr int DONE = 0;          ///< the result was written
     static constexpr int SIZE_REPORTED = 1; ///< nothing was written: the place is null or too small
     static constexpr int MALFORMED = 2;     ///< nothing was written: the text is no Base64
 
-    int status;
+    int status; ///< one of the three
 };
 
+/// The codec.
 class NURIAGENT_API Base64 {
 public:
     Base64(const Base64&) = delete;
     Base64& operator=(const Base64&) = delete;
 
+    /// The one instance.
     static Base64& GetInstance() noexcept;
 
     /// Encodes `length` bytes.

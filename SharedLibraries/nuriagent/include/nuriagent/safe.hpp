@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <string>
 
+/// Copies and numbers that bad input cannot break. See the top of safe.hpp.
 namespace safe {
 
 /// Copies `count` bytes from `source` to `destination`, which has room for `destination_size`

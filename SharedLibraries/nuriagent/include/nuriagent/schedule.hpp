@@ -58,9 +58,9 @@ struct cronblk {
 
 /// Every `step_hours` hours from one hour of the day to another, past midnight if that is earlier.
 struct IntervalSet {
-    std::uint8_t start_hour;
-    std::uint8_t end_hour;
-    std::uint8_t step_hours;
+    std::uint8_t start_hour; ///< 0 to 23
+    std::uint8_t end_hour;   ///< 0 to 23
+    std::uint8_t step_hours; ///< 1 or more
 };
 
 /// Reads a schedule.

@@ -20,6 +20,7 @@
 #include <iosfwd>
 #include <string>
 
+/// What is traced.
 namespace nuritrace {
 
 /// Whether memory operations are traced. Set it before the threads start that read it.
@@ -27,6 +28,7 @@ extern NURIAGENT_API bool tMEMORY;
 
 } // namespace nuritrace
 
+/// How it is traced.
 namespace csl {
 
 /// Sets the stream that trace records go to and returns the one set before; null discards the
@@ -42,7 +44,7 @@ public:
     /// character (below 0x20, and 0x7f) as "\x" and two lower-case hexadecimal digits. All other
     /// bytes stand as they are, the backslash too: the line is for reading, not for parsing.
     struct Record {
-        std::string text;
+        std::string text; ///< what is written; empty at start
     };
 
     /// @param level importance of the record, 1 is the highest; it is written in front of the
@@ -59,7 +61,8 @@ public:
     /// Starts the record of a place in the program. A record started before is written first; its
     /// reference then names the new, empty one.
     ///
-    /// @param file, function names of the place; null is the empty text.
+    /// @param file, function  names of the place; null is the empty text
+    /// @param line            number of its line
     /// @return the record, valid until the next call and the end of this object.
     /// @throws std::bad_alloc
     Record& Message(const char* file, const char* function, unsigned int line);

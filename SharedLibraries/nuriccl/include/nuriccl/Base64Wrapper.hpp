@@ -34,8 +34,11 @@
 
 namespace nuriccl {
 
+/// Base64 of whole vectors and strings. The top of Base64Wrapper.hpp tells what its functions
+/// share.
 class NURICCL_API Base64Wrapper {
 public:
+    /// Which two characters follow the letters and digits.
     enum EncodingVariant {
         standard = 0, ///< alphabet with '+' and '/'
         url_safe = 1  ///< alphabet with '-' and '_'
@@ -44,10 +47,14 @@ public:
     /// What the failures below have in common; never thrown by this class.
     class NURICCL_API exception : public std::exception {
     public:
+        /// Keeps what `what()` tells.
         explicit exception(std::string message);
+        /// Copies the message.
         exception(const exception&) = default;
+        /// Takes a copy of the other's message.
         exception& operator=(const exception&) = default;
         ~exception() override;
+        /// The message; it lives as long as the exception.
         const char* what() const noexcept override;
 
     private:
@@ -58,7 +65,9 @@ public:
     class NURICCL_API encode_failure : public exception {
     public:
         encode_failure();
+        /// Copies the message.
         encode_failure(const encode_failure&) = default;
+        /// Takes a copy of the other's message.
         encode_failure& operator=(const encode_failure&) = default;
         ~encode_failure() override;
     };
@@ -67,7 +76,9 @@ public:
     class NURICCL_API decode_failure : public exception {
     public:
         decode_failure();
+        /// Copies the message.
         decode_failure(const decode_failure&) = default;
+        /// Takes a copy of the other's message.
         decode_failure& operator=(const decode_failure&) = default;
         ~decode_failure() override;
     };
@@ -75,18 +86,26 @@ public:
     /// @name Encoding; `standard` unless told otherwise
     /// @return whether it succeeded
     /// @{
+
+    /// Encodes in the alphabet `variant`. Clears `output` first.
     static bool encode(const std::vector<char>& input, std::vector<char>& output,
                        EncodingVariant variant) noexcept;
+    /// Encodes in the standard alphabet. Clears `output` first.
     static bool encode(const std::vector<char>& input, std::vector<char>& output) noexcept;
+    /// Encodes in the alphabet `variant`. `output` may be `input`.
     static bool encode(const std::string& input, std::string& output,
                        EncodingVariant variant) noexcept;
+    /// Encodes in the standard alphabet. `output` may be `input`.
     static bool encode(const std::string& input, std::string& output) noexcept;
     /// @}
 
     /// @name Decoding of either alphabet, also mixed
     /// @return whether the input was Base64
     /// @{
+
+    /// Decodes a vector; after false `output` may be empty or filled in part.
     static bool decode(const std::vector<char>& input, std::vector<char>& output) noexcept;
+    /// Decodes a string; text that is no Base64 leaves `output` as it was.
     static bool decode(const std::string& input, std::string& output) noexcept;
     /// @}
 };

@@ -29,17 +29,18 @@
 
 namespace nuriccl {
 
+/// A set of forbidden bytes, and the escaping of texts by it. See the top of CharacterEncoder.hpp.
 class NURICCL_API CharacterEncoder {
 public:
     static const char* const HEX_CHARS; ///< "0123456789abcdef"
 
-    /// What file names must not hold: \ / : * ? < > | % "
+    /// What file names must not hold: `\ / : * ? < > | % "`
     static const char* const DEFAULT_CHARS_TO_ENCODE;
 
-    /// What names of virtual machines must not hold: \ / : ; * ? < > | % " ,
+    /// What names of virtual machines must not hold: `\ / : ; * ? < > | % " ,`
     static const char* const VMNAME_CHARS_TO_ENCODE;
 
-    /// The control characters from 1 to 31, and " , - / # ^
+    /// The control characters from 1 to 31, and `" , - / # ^`
     static const char* const UNPRINTABLE_CHARS_TO_ENCODE;
 
     /// An encoder that escapes the bytes of `characters`, in any order.
@@ -98,6 +99,7 @@ public:
     /// @return whether there was any `esc`
     /// @{
     static bool decode(char* buf, char esc) noexcept; ///< a C string; null is the empty one
+    /// A string, which becomes shorter by two for each `esc`.
     static bool decode(std::string& text, char esc) noexcept;
     /// @}
 
@@ -105,6 +107,7 @@ public:
     /// Encoding with an encoder for `UNPRINTABLE_CHARS_TO_ENCODE`, and back. The string forms throw
     /// std::bad_alloc and std::length_error.
     /// @{
+
     /// See `encode(buf, buf, len, esc)`.
     static int encode_unprintable(char* buf, int len, char esc) noexcept;
     /// See `encode(text, esc)`.
@@ -115,12 +118,15 @@ public:
 
     /// @name Names of VMware vSphere virtual machines
     ///
-    /// In these names just three characters are escaped: '%' is "%25", '/' is "%2f", '\' is "%5c".
+    /// In these names just three characters are escaped: `%` is `%25`, `/` is `%2f`, `\` is `%5c`.
     /// Decoding takes the digits in either case and leaves every other sequence as it is, all three
     /// characters.
     /// @throws std::bad_alloc, std::length_error
     /// @{
+
+    /// The name with its '%', '/' and backslashes escaped.
     static std::string encode_vSphereVM_name(const std::string& name);
+    /// The name with those three characters back in their places.
     static std::string decode_vSphereVM_name(const std::string& name);
     /// @}
 

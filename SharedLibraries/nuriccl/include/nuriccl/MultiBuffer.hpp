@@ -36,9 +36,12 @@
 
 namespace nuriccl {
 
+/// A stream of bytes in pieces. See the top of MultiBuffer.hpp.
 class NURICCL_API MultiBuffer {
 public:
+    /// Walks over the Buffers, not over the bytes.
     using iterator = deque<Buffer>::iterator;
+    /// The same where the Buffers stay as they are.
     using const_iterator = deque<Buffer>::const_iterator;
 
     /// An empty sequence; nothing is allocated before the first push.
@@ -47,6 +50,7 @@ public:
     /// A sequence of one Buffer.
     /// @throws std::bad_alloc with `buffer` as it was, also when it is passed for moving
     MultiBuffer(const Buffer& buffer);
+    /// The same with the handle taken over.
     MultiBuffer(Buffer&& buffer);
 
     /// Shares the blocks of the other's Buffers (a Buffer in an update is copied).
@@ -66,6 +70,8 @@ public:
 
     ~MultiBuffer();
 
+    /// Exchanges the Buffers in constant time. Iterators stay with their queue, not with its
+    /// Buffers.
     void swap(MultiBuffer& other) noexcept;
 
     /// @name Adding a Buffer at an end
@@ -75,31 +81,50 @@ public:
     /// are as they were.
     /// @throws std::bad_alloc
     /// @{
+
+    /// Adds a handle onto the same bytes behind the last Buffer.
     void push_back(const Buffer& buffer);
+    /// Moves the handle behind the last Buffer.
     void push_back(Buffer&& buffer);
+    /// Adds a handle onto the same bytes in front of the first Buffer.
     void push_front(const Buffer& buffer);
+    /// Moves the handle in front of the first Buffer.
     void push_front(Buffer&& buffer);
     /// @}
 
     /// @name The Buffers at the ends
     /// Each requires a sequence that is not empty.
     /// @{
+
+    /// Drops the first Buffer with all of its bytes.
     void pop_front() noexcept;
+    /// Drops the last Buffer with all of its bytes.
     void pop_back() noexcept;
+    /// The first Buffer.
     Buffer& front() noexcept;
+    /// The first Buffer, to look at.
     const Buffer& front() const noexcept;
+    /// The last Buffer.
     Buffer& back() noexcept;
+    /// The last Buffer, to look at.
     const Buffer& back() const noexcept;
     /// @}
 
     /// @name The Buffers in order
     /// Bidirectional iterators; a push that grows the ring invalidates them.
     /// @{
+
+    /// The place of the first Buffer; `end()` when there is none.
     iterator begin() noexcept;
+    /// The place behind the last Buffer.
     iterator end() noexcept;
+    /// The place of the first Buffer, to look at.
     const_iterator begin() const noexcept;
+    /// The place behind the last Buffer, to look at.
     const_iterator end() const noexcept;
+    /// `begin()` of a sequence that is not const, to look at.
     const_iterator cbegin() const noexcept;
+    /// `end()` of a sequence that is not const, to look at.
     const_iterator cend() const noexcept;
     /// @}
 
@@ -139,6 +164,7 @@ private:
     deque<Buffer> buffers_;
 };
 
+/// Calls the member; found by argument-dependent lookup.
 NURICCL_API void swap(MultiBuffer& a, MultiBuffer& b) noexcept;
 
 } // namespace nuriccl

@@ -36,9 +36,11 @@ public:
 /// Lowers a character as the `std::ctype<char>` facet of a locale does.
 class NURICCL_API ToLower {
 public:
+    /// Keeps a copy of the locale; the global one of now unless told otherwise.
     explicit ToLower(const std::locale& locale = std::locale())
         : locale_(locale), type_(&std::use_facet<std::ctype<char>>(locale_)) {}
 
+    /// The character in lower case; itself when it has none.
     char operator()(char character) const;
 
 private:

@@ -22,13 +22,20 @@
 
 namespace nuriccl {
 
+/// The four numbers of a product version. See the top of Version.hpp.
 class NURICCL_API Version {
 public:
     /// The last number that a comparison looks at.
-    enum granularity : int { MAJOR = 0, MINOR = 1, PATCH = 2, BUILD = 3 };
+    enum granularity : int {
+        MAJOR = 0, ///< the first of the four
+        MINOR = 1, ///< the second
+        PATCH = 2, ///< the third
+        BUILD = 3  ///< the last: all are compared
+    };
 
     /// See `init`; a null text is the empty one.
     explicit Version(const char* text);
+    /// See `init`.
     explicit Version(const std::string& text);
 
     /// Reads the four numbers; what cannot be found is 0.
@@ -56,20 +63,29 @@ public:
     /// @name `compare` down to one number
     /// The forms with a text throw what `init` throws.
     /// @{
+
+    /// By the major number alone.
     int compare_major(const Version& other) const noexcept;
+    /// The same with a text.
     int compare_major(const std::string& other) const;
+    /// By major and minor number.
     int compare_minor(const Version& other) const noexcept;
+    /// The same with a text.
     int compare_minor(const std::string& other) const;
+    /// By major, minor and patch number.
     int compare_patch(const Version& other) const noexcept;
+    /// The same with a text.
     int compare_patch(const std::string& other) const;
+    /// By all four numbers.
     int compare_build(const Version& other) const noexcept;
+    /// The same with a text.
     int compare_build(const std::string& other) const;
     /// @}
 
-    std::int32_t m_major = 0;
-    std::int32_t m_minor = 0;
-    std::int32_t m_patch = 0;
-    std::int32_t m_build = 0;
+    std::int32_t m_major = 0; ///< 7 of "7.12.345"
+    std::int32_t m_minor = 0; ///< 1 of "7.12.345"
+    std::int32_t m_patch = 0; ///< 2 of "7.12.345"
+    std::int32_t m_build = 0; ///< 345 of "7.12.345"
 };
 
 } // namespace nuriccl

@@ -28,6 +28,7 @@
 
 namespace nuriccl {
 
+/// Compression of whole blocks. See the top of Zlib.hpp.
 class NURICCL_API Zlib {
 public:
     /// A block of bytes that caller and operation share.
@@ -36,7 +37,9 @@ public:
     /// Compresses `input` into `output`, which takes the compressed length. An empty input gives a
     /// valid stream of no data.
     ///
-    /// @param level  0 (stored) to 9 (smallest); any other level is zlib's default
+    /// @param output  receives the stream
+    /// @param input   what is compressed
+    /// @param level   0 (stored) to 9 (smallest); any other level is zlib's default
     /// @return false when a pointer is null (nothing is changed) or zlib fails
     /// @throws std::bad_alloc
     static bool Deflate(Bytes output, Bytes input, int level);
@@ -62,7 +65,9 @@ public:
 
     /// Decompresses `input` into `output`, which takes the length of the data.
     ///
-    /// @param size  the length of the data in bytes, or more
+    /// @param output  receives the data
+    /// @param size    the length of the data in bytes, or more
+    /// @param input   a zlib stream
     /// @return false when `input` is empty or `size` is 0 (`output` is untouched), when `input` is
     ///         no zlib stream, or when the data exceeds `size`
     /// @throws std::bad_alloc, or std::length_error when std::string cannot be that long

@@ -46,6 +46,7 @@
 
 namespace nuriccl {
 
+/// A handle onto a shared block of bytes. See the top of buffer.hpp.
 class NURICCL_API Buffer {
 public:
     class ControlBlockBase;
@@ -169,8 +170,8 @@ public:
 protected:
     ~ControlBlockBase() = default; // never destroyed by itself: the block takes it along
 
-    mutable std::atomic<std::uint32_t> count_;
-    void* block_;
+    mutable std::atomic<std::uint32_t> count_; ///< handles onto the block
+    void* block_;                              ///< what is governed
 
 private:
     friend class Buffer; // counts its handles inline
@@ -180,9 +181,11 @@ private:
 
 // What handles do all the time, for callers to inline. The library has to export it all the same,
 // so its source file adds to the macro that the functions are kept.
+/// @cond implementation
 #ifndef NURICCL_BUFFER_INLINE
 #define NURICCL_BUFFER_INLINE inline
 #endif
+/// @endcond
 
 NURICCL_BUFFER_INLINE unsigned int Buffer::ControlBlockBase::AddRef() noexcept {
     return count_.fetch_add(1);

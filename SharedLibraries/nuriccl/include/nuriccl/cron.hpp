@@ -27,6 +27,7 @@
 
 namespace nuriccl {
 
+/// A schedule. See the top of cron.hpp.
 class NURICCL_API Cron {
 public:
     /// A schedule as `convert` reads it.
@@ -73,7 +74,8 @@ public:
     /// from 5 to 5 is hour 5 then, otherwise no hour. All 24 hours set in this way are no star, so
     /// that `Hour()` is 0.
     ///
-    /// @param minutes  a field as for `Minute`; the minutes stay when it is none
+    /// @param minutes   a field as for `Minute`; the minutes stay when it is none
+    /// @param interval  from when to when, and in which steps
     /// @return whether there is any hour; false with no hour when the step is 0
     bool SetIntraDailyHours(std::string minutes, const IntervalSet& interval);
     /// @}

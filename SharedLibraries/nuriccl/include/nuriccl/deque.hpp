@@ -38,6 +38,8 @@
 
 namespace nuriccl {
 
+/// A double-ended queue in one ring of slots. See the top of deque.hpp.
+///
 /// @tparam T          element type; must not throw when it is destroyed
 /// @tparam Allocator  allocator of `T`; it moves and swaps along with the slots
 template <class T, class Allocator = std::allocator<T>>
@@ -48,17 +50,26 @@ class deque : private Allocator { // a base, so that an empty allocator takes no
     class basic_iterator;
 
 public:
+    /// What the queue holds.
     using value_type = T;
+    /// What the slots come from.
     using allocator_type = Allocator;
+    /// Counts elements and slots, in both pointer sizes alike.
     using size_type = std::uint32_t;
+    /// Steps between two places.
     using difference_type = std::ptrdiff_t;
+    /// An element.
     using reference = T&;
+    /// An element, to look at.
     using const_reference = const T&;
+    /// A bidirectional iterator: the queue and a slot of it.
     using iterator = basic_iterator<false>;
+    /// The same, to look at; an `iterator` turns into one.
     using const_iterator = basic_iterator<true>;
 
     /// An empty queue without slots.
     deque() noexcept(std::is_nothrow_default_constructible_v<Allocator>) = default;
+    /// The same, whose slots will come from a copy of `with`.
     explicit deque(const Allocator& with) noexcept : Allocator(with) {}
 
     /// Copies the elements into as many slots as `other` has. Strong exception guarantee.
@@ -67,6 +78,8 @@ public:
     /// Takes over the slots of `other` and leaves it as a new queue.
     deque(deque&& other) noexcept;
 
+    /// Replaces the elements by copies, in slots as the copy constructor makes them. Strong
+    /// exception guarantee.
     deque& operator=(const deque& other);
 
     /// Drops the elements, takes over the slots of `other` and leaves it as a new queue; so moving
@@ -75,6 +88,8 @@ public:
 
     ~deque();
 
+    /// Exchanges slots and allocators in constant time. Iterators stay with their queue, not with
+    /// its elements.
     void swap(deque& other) noexcept;
 
     /// @name Adding an element at an end
@@ -83,30 +98,49 @@ public:
     /// exception guarantee, the argument included, as long as moving a `T` cannot throw.
     /// @throws std::bad_alloc, and what copying or moving the element throws
     /// @{
+
+    /// Copies the value behind the last element.
     void push_back(const T& value) { insert_back(value); }
+    /// Moves the value behind the last element.
     void push_back(T&& value) { insert_back(std::move(value)); }
+    /// Copies the value in front of the first element.
     void push_front(const T& value) { insert_front(value); }
+    /// Moves the value in front of the first element.
     void push_front(T&& value) { insert_front(std::move(value)); }
     /// @}
 
     /// @name Access to the ends
     /// Each requires a queue that is not empty.
     /// @{
+
+    /// Destroys the first element.
     void pop_front() noexcept;
+    /// Destroys the last element.
     void pop_back() noexcept;
+    /// The first element.
     T& front() noexcept { return const_cast<T&>(std::as_const(*this).front()); }
+    /// The first element, to look at.
     const T& front() const noexcept;
+    /// The last element.
     T& back() noexcept { return const_cast<T&>(std::as_const(*this).back()); }
+    /// The last element, to look at.
     const T& back() const noexcept;
     /// @}
 
     /// @name Bidirectional iterators
     /// @{
+
+    /// The place of the first element; `end()` when there is none.
     iterator begin() noexcept { return {this, head_}; }
+    /// The place behind the last element.
     iterator end() noexcept { return {this, tail_}; }
+    /// The place of the first element, to look at.
     const_iterator begin() const noexcept { return {this, head_}; }
+    /// The place behind the last element, to look at.
     const_iterator end() const noexcept { return {this, tail_}; }
+    /// `begin()` of a queue that is not const, to look at.
     const_iterator cbegin() const noexcept { return begin(); }
+    /// `end()` of a queue that is not const, to look at.
     const_iterator cend() const noexcept { return end(); }
     /// @}
 
@@ -115,6 +149,7 @@ public:
         return tail_ >= head_ ? tail_ - head_ : slot_count_ - head_ + tail_;
     }
 
+    /// Whether there are no elements; the slots do not matter.
     bool empty() const noexcept { return head_ == tail_; }
 
     /// The number of slots of the ring; 1 as long as there is no ring.
@@ -207,6 +242,7 @@ private:
     size_type slot_ = 0;
 };
 
+/// Calls the member; found by argument-dependent lookup.
 template <class T, class Allocator>
 void swap(deque<T, Allocator>& a, deque<T, Allocator>& b) noexcept {
     a.swap(b);

@@ -44,6 +44,7 @@
 
 namespace nuriccl {
 
+/// Code pages and conversions. See the top of encoding.hpp.
 namespace Encoding {
 class CodePage;
 }
@@ -101,12 +102,13 @@ public:
     /// `CP_CUSTOM` with equal numbers and names. Values without an enumerator are equal to no other
     /// object.
     bool operator==(const CodePage& other) const noexcept;
+    /// The opposite of `==`.
     bool operator!=(const CodePage& other) const noexcept { return !(*this == other); }
 
-    CodePages_e m_codePage = CP_DEFAULT;
-    unsigned int m_number = 0; ///< an identifier such as 1252; 0 when none was given
-    std::string m_locale;      ///< name of the LC_ALL locale when the object was initialised
-    std::string m_name;        ///< what iconv is asked for
+    CodePages_e m_codePage = CP_DEFAULT; ///< the enumerator
+    unsigned int m_number = 0;           ///< an identifier such as 1252; 0 when none was given
+    std::string m_locale; ///< name of the LC_ALL locale when the object was initialised
+    std::string m_name;   ///< what iconv is asked for
 };
 
 /// The process's default code page, UTF-8.
@@ -164,7 +166,9 @@ NURICCL_API bool toWideChar(const char* src, unsigned int len, std::wstring& out
 /// Maps a character to upper case as the locale's `std::ctype<wchar_t>` does.
 class NURICCL_API ToUpperCase {
 public:
+    /// Keeps a copy of the locale.
     explicit ToUpperCase(const std::locale& locale);
+    /// The character in upper case; itself when it has none.
     wchar_t operator()(wchar_t character) const { return type_->toupper(character); }
 
 private:
@@ -175,7 +179,9 @@ private:
 /// Maps a character to lower case as the locale's `std::ctype<wchar_t>` does.
 class NURICCL_API ToLowerCase {
 public:
+    /// Keeps a copy of the locale.
     explicit ToLowerCase(const std::locale& locale);
+    /// The character in lower case; itself when it has none.
     wchar_t operator()(wchar_t character) const { return type_->tolower(character); }
 
 private:
@@ -194,9 +200,14 @@ private:
 /// @throws std::bad_alloc. The GNU C++ library does not check what the C library allocates for a
 ///         locale: when that is what memory runs out for, the process may crash in `std::locale`.
 /// @{
+
+/// Stores the text in upper case.
 NURICCL_API bool toUpperCase(const std::string& in, std::string& out);
+/// Appends the text in upper case.
 NURICCL_API bool toUpperCase(const std::wstring& in, std::wstring& out);
+/// Stores the text in lower case.
 NURICCL_API bool toLowerCase(const std::string& in, std::string& out);
+/// Appends the text in lower case.
 NURICCL_API bool toLowerCase(const std::wstring& in, std::wstring& out);
 /// @}
 
@@ -207,12 +218,16 @@ NURICCL_API bool toLowerCase(const std::wstring& in, std::wstring& out);
 /// What `Encoding::toUpperCase` and `toLowerCase` do, in any locale. `Functor` is
 /// `Encoding::ToUpperCase` or `Encoding::ToLowerCase`.
 /// @{
+
+/// Stores the converted text; its code page is `Encoding::s_toCodePage`.
 template <class Functor>
 NURICCL_API bool transformString(const std::string& in, std::string& out, const Functor& functor);
+/// Appends the converted text.
 template <class Functor>
 NURICCL_API bool transformString(const std::wstring& in, std::wstring& out, const Functor& functor);
 /// @}
 
+/// @cond instantiations
 extern template bool transformString(const std::string&, std::string&,
                                      const Encoding::ToUpperCase&);
 extern template bool transformString(const std::string&, std::string&,
@@ -221,5 +236,6 @@ extern template bool transformString(const std::wstring&, std::wstring&,
                                      const Encoding::ToUpperCase&);
 extern template bool transformString(const std::wstring&, std::wstring&,
                                      const Encoding::ToLowerCase&);
+/// @endcond
 
 } // namespace nuriccl

@@ -22,6 +22,7 @@
 
 namespace nuriccl {
 
+/// Questions about paths. See the top of file.hpp.
 class NURICCL_API File {
 public:
     File() = delete;

@@ -50,6 +50,7 @@
 
 namespace nuriccl {
 
+/// Functions on file names. See the top of filenamehelper.hpp.
 class NURICCL_API FilenameHelper {
 public:
     FilenameHelper() = delete;
@@ -69,32 +70,32 @@ public:
 
     static const std::string WIN32_ALL_FILES;       ///< "*.*"
     static const std::string WIN32_PATH_SEPARATOR;  ///< one backslash
-    static const std::string WIN32_RECURSE_MARKER;  ///< '\.\'
+    static const std::string WIN32_RECURSE_MARKER;  ///< `\.\`
     static const std::string WIN32_UNC_PATH_MARKER; ///< two backslashes: a network name follows
-    static const std::string WIN32_UNIPATH_MARKER;  ///< '\\?\': a long path follows
-    static const std::string WIN32_DEVICE_MARKER;   ///< '\\.\'
-    static const std::string WIN32_UNI_UNC_MARKER;  ///< '\\?\UNC\': a long network name follows
-    static const std::string WIN32_GLOBALROOT_DEVICE_MARKER; ///< '\\?\GLOBALROOT\Device\'
-    /// '\\?\GLOBALROOT\Device\HarddiskVolumeShadowCopy': the number of the copy follows at once
+    static const std::string WIN32_UNIPATH_MARKER;  ///< `\\?\`: a long path follows
+    static const std::string WIN32_DEVICE_MARKER;   ///< `\\.\`
+    static const std::string WIN32_UNI_UNC_MARKER;  ///< `\\?\UNC\`: a long network name follows
+    static const std::string WIN32_GLOBALROOT_DEVICE_MARKER; ///< `\\?\GLOBALROOT\Device\`
+    /// `\\?\GLOBALROOT\Device\HarddiskVolumeShadowCopy`: the number of the copy follows at once
     static const std::string WIN32_SHADOWCOPY_DEVICE_MARKER;
     /// @}
 
     /// @name The same as wide strings
     /// @{
-    static const std::wstring COLON_W;
-    static const std::wstring DOT_W;
-    static const std::wstring POSIX_ALL_FILES_W;
-    static const std::wstring POSIX_PATH_SEPARATOR_W;
-    static const std::wstring POSIX_RECURSE_MARKER_W;
-    static const std::wstring WILDCARDS_W;
-    static const std::wstring WILDCARD_STR_W;
-    static const std::wstring WILDCARD_CHAR_W;
-    static const std::wstring WIN32_ALL_FILES_W;
-    static const std::wstring WIN32_PATH_SEPARATOR_W;
-    static const std::wstring WIN32_RECURSE_MARKER_W;
-    static const std::wstring WIN32_UNC_PATH_MARKER_W;
-    static const std::wstring WIN32_UNIPATH_MARKER_W;
-    static const std::wstring WIN32_UNI_UNC_MARKER_W;
+    static const std::wstring COLON_W;                 ///< `COLON`
+    static const std::wstring DOT_W;                   ///< `DOT`
+    static const std::wstring POSIX_ALL_FILES_W;       ///< `POSIX_ALL_FILES`
+    static const std::wstring POSIX_PATH_SEPARATOR_W;  ///< `POSIX_PATH_SEPARATOR`
+    static const std::wstring POSIX_RECURSE_MARKER_W;  ///< `POSIX_RECURSE_MARKER`
+    static const std::wstring WILDCARDS_W;             ///< `WILDCARDS`
+    static const std::wstring WILDCARD_STR_W;          ///< `WILDCARD_STR`
+    static const std::wstring WILDCARD_CHAR_W;         ///< `WILDCARD_CHAR`
+    static const std::wstring WIN32_ALL_FILES_W;       ///< `WIN32_ALL_FILES`
+    static const std::wstring WIN32_PATH_SEPARATOR_W;  ///< `WIN32_PATH_SEPARATOR`
+    static const std::wstring WIN32_RECURSE_MARKER_W;  ///< `WIN32_RECURSE_MARKER`
+    static const std::wstring WIN32_UNC_PATH_MARKER_W; ///< `WIN32_UNC_PATH_MARKER`
+    static const std::wstring WIN32_UNIPATH_MARKER_W;  ///< `WIN32_UNIPATH_MARKER`
+    static const std::wstring WIN32_UNI_UNC_MARKER_W;  ///< `WIN32_UNI_UNC_MARKER`
     /// @}
 
     /// The longest path, in characters, that an agent supports. Nothing here tests against it.
@@ -102,10 +103,16 @@ public:
 
     /// @name Edits for Windows only: a copy of the name
     /// @{
+
+    /// Would put `WIN32_UNIPATH_MARKER` in front.
     static std::string addUnipathMarker(const std::string& path);
+    /// The same for a wide name.
     static std::wstring addUnipathMarker(const std::wstring& path);
+    /// Would take `WIN32_UNIPATH_MARKER` away.
     static std::string removeUnipathMarker(const std::string& path);
+    /// The same for a wide name.
     static std::wstring removeUnipathMarker(const std::wstring& path);
+    /// Would give the name the case that it has on its disk.
     static std::string getProperCaseAnsi(const std::string& path);
     /// @}
 
@@ -120,19 +127,23 @@ public:
 
     /// Whether the path holds a recurse marker.
     ///
+    /// @param path          the path
     /// @param markerIsLast  null, or set, when there is a marker, to whether no separator stands
     ///                      behind the first one: true for "dir/./name", false for
     ///                      "dir/./sub/name". Without a marker the flag is left alone.
     static bool hasRecurseMarker(const std::string& path, bool* markerIsLast = nullptr,
                                  bool = false) noexcept;
+    /// Whether the wide path holds a recurse marker.
     static bool hasRecurseMarker(const std::wstring& path) noexcept;
 
     /// Always false: there are no UNC device paths on POSIX systems.
     static bool isUNCDevicePath(const std::string& path) noexcept;
+    /// The same for a wide name.
     static bool isUNCDevicePath(const std::wstring& path) noexcept;
 
     /// Whether the path is "/".
     static bool isDevice(const std::string& path) noexcept;
+    /// The same for a wide name.
     static bool isDevice(const std::wstring& path) noexcept;
 
     /// Whether the path starts with `WIN32_GLOBALROOT_DEVICE_MARKER`, regardless of case.
@@ -143,10 +154,12 @@ public:
 
     /// Whether the path does not start with "/": also the empty one, "C:" and network names.
     static bool isRelative(const std::string& path) noexcept;
+    /// The same for a wide name.
     static bool isRelative(const std::wstring& path) noexcept;
 
     /// Whether the path holds any character of `WILDCARDS`.
     static bool hasWildCard(const std::string& path) noexcept;
+    /// The same for a wide name.
     static bool hasWildCard(const std::wstring& path) noexcept;
     /// @}
 
@@ -155,6 +168,7 @@ public:
 
     /// The path with its first recurse marker made a separator: "a/./b" gives "a/b".
     static std::string removeRecurseMarker(const std::string& path, bool = false);
+    /// The same for a wide name.
     static std::wstring removeRecurseMarker(const std::wstring& path);
 
     /// The name without the stream of "name:stream": cut at the first ':' that is not the first
@@ -178,40 +192,48 @@ public:
     /// With a separator of several characters, two in a row lose two characters and gain a
     /// separator; where that would go on for ever, the path is left as it is.
     static std::string squeeze(const std::string& path, const std::string& sep = "");
+    /// The same for a wide name.
     static std::wstring squeeze(const std::wstring& path, const std::wstring& sep = L"");
 
     /// The path, when it ends in "/", squeezed and without that; otherwise the path as it is. "/"
     /// gives "".
     static std::string chopSeparator(const std::string& path);
+    /// The same for a wide name.
     static std::wstring chopSeparator(const std::wstring& path);
 
     /// Directory, separator and name; an empty directory is the root. The narrow form squeezes the
     /// result, the wide one does not.
     static std::string join(const std::string& dir, const std::string& name,
                             const std::string& sep = "");
+    /// The same for wide names, without squeezing.
     static std::wstring join(const std::wstring& dir, const std::wstring& name,
                              const std::wstring& sep = L"");
 
     /// The path, with a separator behind it unless its last character is one.
     static std::string appendSeparator(const std::string& path, const std::string& sep = "");
+    /// The same for a wide name.
     static std::wstring appendSeparator(const std::wstring& path, const std::wstring& sep = L"");
 
     /// The directory part, up to and including the "/" in front of the last component: "/a/" of
     /// "/a/b/", "" of "name".
     static std::string getDirName(const std::string& path);
+    /// The same for a wide name.
     static std::wstring getDirName(const std::wstring& path);
 
     /// The path, joined with a recurse marker unless it holds one: "dir" gives "dir/./".
     static std::string appendRecurseMarker(const std::string& path, bool = false);
+    /// The same for a wide name, joined without squeezing.
     static std::wstring appendRecurseMarker(const std::wstring& path);
 
     /// The path, with a recurse marker in front of its last component and then squeezed, unless it
     /// holds one: "dir/name" gives "dir/./name". A path without "/" gets the marker behind it.
     static std::string insertRecurseMarker(const std::string& path);
+    /// The same for a wide name.
     static std::wstring insertRecurseMarker(const std::wstring& path);
 
     /// The pattern for all that is below the path: "/data" gives "/data/./" and an asterisk.
     static std::string selectAllBelowPath(const std::string& path);
+    /// The same for a wide name.
     static std::wstring selectAllBelowPath(const std::wstring& path);
     /// @}
 
@@ -247,6 +269,7 @@ public:
     ///         `Encoding::toMultibyte` or `Encoding::toWideChar` leaves there
     static bool wideToMultibyte(std::string& out, const std::wstring& in, Encoding::CodePages_e cp,
                                 bool = false);
+    /// The other way, with the same result.
     static bool multibyteToWide(std::wstring& out, const std::string& in, Encoding::CodePages_e cp,
                                 bool = false);
 
@@ -263,10 +286,15 @@ public:
     /// @name Conversion steps for generic code
     /// File names are taken to be UTF-8 already: both return a copy.
     /// @{
+
+    /// From the code page of the file system to UTF-8.
     struct NURICCL_API CodePage_UTF8 {
+        /// A copy of the name.
         std::string operator()(const std::string& name) const;
     };
+    /// From UTF-8 to the code page of the file system.
     struct NURICCL_API UTF8_CodePage {
+        /// A copy of the name.
         std::string operator()(const std::string& name) const;
     };
     /// @}

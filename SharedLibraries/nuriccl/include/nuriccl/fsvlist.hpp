@@ -32,6 +32,7 @@
 
 namespace nuriccl {
 
+/// A list of fields, and the rules by which it is read and written. See the top of fsvlist.hpp.
 class NURICCL_API FSVList {
 public:
     /// What new lists quote with; '"' at start.
@@ -51,6 +52,7 @@ public:
     /// Replaces the fields by those of the line, as `DequoteStringCSV` reads them. The empty text
     /// has no fields. Linear in the length of the text.
     ///
+    /// @param text            the line
     /// @param literal_quotes  whether quotes are ordinary characters
     /// @throws std::bad_alloc with the fields as they were
     FSVList& parse(const std::string& text, bool literal_quotes = false);
@@ -75,6 +77,8 @@ public:
     /// escape character itself and the characters of `escape_set` are written as that and '0' for
     /// NUL, 'n' for a line feed, 'r' for a carriage return, the character for any other.
     ///
+    /// @param field             the field
+    /// @param out               the line so far
     /// @param quote             stands around a quoted field, and twice in it for itself; 0 for
     ///                          none: fields that would be quoted are only escaped
     /// @param separator         stands between fields
@@ -105,9 +109,14 @@ public:
     ///                      `static_cast<unsigned int>(std::string::npos)` at the end of the text.
     ///                      A separator that ends the text has no field behind it, and a start at
     ///                      or behind the end gives an empty one.
+    /// @param text          the line
     /// @param out           receives the field
     /// @param field_start   null, or receives the position that was given
     /// @param field_length  null, or receives the length of a field that was read in place, else 0
+    /// @param quote         the quote character; 0 for none
+    /// @param separator     stands between fields; empty for none
+    /// @param escape        the escape character; 0 for none
+    /// @param terminators   characters that end a field, too
     /// @param drop_plain    whether to drop all that is neither escaped nor a doubled quote nor a
     ///                      terminator
     /// @return false when the field stands in `out` as it stood in the text
@@ -118,14 +127,14 @@ public:
                                  bool drop_plain);
 
 protected:
-    std::vector<std::string> fields_;
-    std::string separator_;         ///< never empty
-    std::string specials_;          ///< have a field quoted; end a field that is read
-    std::string escape_set_;        ///< written with the escape character
-    char quote_ = CSV_QuoteChar;    ///< 0: no quoting
-    char escape_ = 0;               ///< 0: no escapes
-    bool drop_plain_ = false;       ///< when reading
-    bool quote_blank_ends_ = false; ///< when writing
+    std::vector<std::string> fields_; ///< in the order of the line
+    std::string separator_;           ///< never empty
+    std::string specials_;            ///< have a field quoted; end a field that is read
+    std::string escape_set_;          ///< written with the escape character
+    char quote_ = CSV_QuoteChar;      ///< 0: no quoting
+    char escape_ = 0;                 ///< 0: no escapes
+    bool drop_plain_ = false;         ///< when reading
+    bool quote_blank_ends_ = false;   ///< when writing
 };
 
 } // namespace nuriccl

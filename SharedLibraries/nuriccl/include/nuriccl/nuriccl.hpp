@@ -3,6 +3,9 @@
 /// @file
 /// The whole library in one include. Components that use a family or two include those headers.
 
+/// @namespace nuriccl
+/// All of the library, but for the services of the agent.
+
 #include <nuriccl/address_map.hpp>
 #include <nuriccl/Base64Wrapper.hpp>
 #include <nuriccl/buffer.hpp>

@@ -27,6 +27,7 @@
 
 namespace nuriccl {
 
+/// A SHA-1 signature in the making. See the top of signature.hpp.
 class NURICCL_API Signature {
 public:
     static const unsigned int SIGNATURE_SIZE = 20;        ///< bytes of a binary signature
@@ -95,14 +96,24 @@ public:
     ///         that a signable object keeps its word
     /// @throws std::bad_alloc
     /// @{
+
+    /// Of `length` bytes.
     static unsigned char* binary(const unsigned char* data, unsigned int length);
+    /// Of no bytes.
     static unsigned char* binary();
+    /// What the object gives; of no bytes when it is null.
     static unsigned char* binary(SignableObject* object);
+    /// What the object gives.
     static unsigned char* binary(SignableObject& object);
+    /// Of `length` characters.
     static unsigned char* binary(const char* data, unsigned int length);
+    /// Of a text, NULs in it included.
     static unsigned char* binary(const std::string& text);
+    /// Of `count` wide characters, four bytes each.
     static unsigned char* binary(const wchar_t* text, unsigned int count);
+    /// Of a wide text, four bytes a character.
     static unsigned char* binary(const std::wstring& text);
+    /// Of what is left of the stream.
     static unsigned char* binary(std::istream& stream);
     /// @}
 
@@ -110,14 +121,24 @@ public:
     /// The same signatures as strings.
     /// @throws std::bad_alloc
     /// @{
+
+    /// Of `length` bytes.
     static std::string of(const unsigned char* data, unsigned int length);
+    /// Of no bytes.
     static std::string of();
+    /// What the object gives; of no bytes when it is null.
     static std::string of(SignableObject* object);
+    /// What the object gives.
     static std::string of(SignableObject& object);
+    /// Of `length` characters.
     static std::string of(const char* data, unsigned int length);
+    /// Of a text, NULs in it included.
     static std::string of(const std::string& text);
+    /// Of `count` wide characters, four bytes each.
     static std::string of(const wchar_t* text, unsigned int count);
+    /// Of a wide text, four bytes a character.
     static std::string of(const std::wstring& text);
+    /// Of what is left of the stream.
     static std::string of(std::istream& stream);
     /// @}
 

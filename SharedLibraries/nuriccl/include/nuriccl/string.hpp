@@ -31,6 +31,7 @@
 #include <string>
 #include <vector>
 
+/// Functions on short texts. See the top of string.hpp.
 namespace nuriccl::string {
 
 /// @name Shared characters
@@ -54,11 +55,18 @@ extern NURICCL_API const std::string WHITESPACE;
 /// `set` is a set of characters in any order. The whole run of its members at an end is removed.
 /// The crop functions work in place and never allocate; the trim functions return a cropped copy.
 /// @{
+
+/// Removes the run at the start.
 NURICCL_API void crop_left(std::string& text, const std::string& set);
+/// Removes the run at the end.
 NURICCL_API void crop_right(std::string& text, const std::string& set);
+/// Removes the runs at both ends.
 NURICCL_API void crop_both(std::string& text, const std::string& set);
+/// The text without the run at its start.
 NURICCL_API std::string trim_left(const std::string& text, const std::string& set);
+/// The text without the run at its end.
 NURICCL_API std::string trim_right(const std::string& text, const std::string& set);
+/// The text without the runs at its ends.
 NURICCL_API std::string trim_both(const std::string& text, const std::string& set);
 /// @}
 
@@ -87,9 +95,14 @@ NURICCL_API int ifind(const std::string& haystack, const std::string& needle);
 /// less. Never allocates.
 /// @return a negative number, 0 or a positive number; the magnitude carries no meaning.
 /// @{
+
+/// Two strings, NULs in them included.
 NURICCL_API int icompare(const std::string& a, const std::string& b);
+/// A C string with a string.
 NURICCL_API int icompare(const char* a, const std::string& b);
+/// A string with a C string.
 NURICCL_API int icompare(const std::string& a, const char* b);
+/// Two C strings.
 NURICCL_API int icompare(const char* a, const char* b);
 /// @}
 
@@ -213,9 +226,14 @@ NURICCL_API std::string format_string(const char* format, ...)
 /// stay as they are. Unescaping undoes one level: "&amp;lt;" becomes "&lt;". Linear; only
 /// `xml_escape` allocates, once at most.
 /// @{
+
+/// Escapes a text of bytes.
 NURICCL_API void xml_escape(std::string& text);
+/// Escapes a wide text.
 NURICCL_API void xml_escape(std::wstring& text);
+/// Takes back one level of escaping.
 NURICCL_API void xml_unescape(std::string& text);
+/// Takes back one level of escaping of a wide text.
 NURICCL_API void xml_unescape(std::wstring& text);
 /// @}
 

@@ -23,15 +23,17 @@
 
 namespace nuriccl {
 
+/// The classes of temporary files. See the top of tempfile.hpp.
 class NURICCL_API TempFile {
 public:
     /// Who asks for an exclusion.
     struct ExclusionType {
+        /// The kinds of exclusion.
         enum values : int {
-            NONE = 0,
+            NONE = 0,   ///< nobody; no class is of this kind
             SYSTEM = 1, ///< the operating system; the kind of all classes that are recognised
-            USER = 2,
-            END = 3 ///< no kind: ends the table of the classes
+            USER = 2,   ///< a person; no class is of this kind
+            END = 3     ///< no kind: ends the table of the classes
         };
     };
 

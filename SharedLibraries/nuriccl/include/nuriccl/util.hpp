@@ -70,10 +70,15 @@ NURICCL_API std::string to_str(const isotime& time, Manipulator manipulator);
 /// prefix and of the two's-complement bits when the value is negative; in decimal for any other
 /// manipulator.
 NURICCL_API std::string to_str(int value, Manipulator manipulator = std::dec);
+/// The same for `unsigned int`.
 NURICCL_API std::string to_str(unsigned int value, Manipulator manipulator = std::dec);
+/// The same for `long`.
 NURICCL_API std::string to_str(long value, Manipulator manipulator = std::dec);
+/// The same for `unsigned long`.
 NURICCL_API std::string to_str(unsigned long value, Manipulator manipulator = std::dec);
+/// The same for `long long`.
 NURICCL_API std::string to_str(long long value, Manipulator manipulator = std::dec);
+/// The same for `unsigned long long`.
 NURICCL_API std::string to_str(unsigned long long value, Manipulator manipulator = std::dec);
 /// @}
 
@@ -109,36 +114,50 @@ bool fromStr(T& out, const std::string& text) {
     return fromStr(out, text, std::dec);
 }
 
+/// The first character.
 template <>
 NURICCL_API bool fromStr<char>(char& out, const std::string& text);
+/// The low 8 bits of a number.
 template <>
 NURICCL_API bool fromStr<char>(char& out, const std::string& text, Manipulator manipulator);
+/// The first character.
 template <>
 NURICCL_API bool fromStr<unsigned char>(unsigned char& out, const std::string& text);
+/// The low 8 bits of a number.
 template <>
 NURICCL_API bool fromStr<unsigned char>(unsigned char& out, const std::string& text,
                                         Manipulator manipulator);
+/// "true" or "false".
 template <>
 NURICCL_API bool fromStr<bool>(bool& out, const std::string& text);
+/// The same; the manipulator is ignored.
 template <>
 NURICCL_API bool fromStr<bool>(bool& out, const std::string& text, Manipulator manipulator);
+/// A record and whether it is valid.
 template <>
 NURICCL_API bool fromStr<isotime>(isotime& out, const std::string& text);
+/// The same; the manipulator is ignored.
 template <>
 NURICCL_API bool fromStr<isotime>(isotime& out, const std::string& text, Manipulator manipulator);
+/// A number of 16 bits.
 template <>
 NURICCL_API bool fromStr<unsigned short>(unsigned short& out, const std::string& text,
                                          Manipulator manipulator);
+/// A number of 32 bits.
 template <>
 NURICCL_API bool fromStr<unsigned int>(unsigned int& out, const std::string& text,
                                        Manipulator manipulator);
+/// A number of 64 bits.
 template <>
 NURICCL_API bool fromStr<unsigned long long>(unsigned long long& out, const std::string& text,
                                              Manipulator manipulator);
+/// The bits of an `unsigned short`.
 template <>
 NURICCL_API bool fromStr<short>(short& out, const std::string& text, Manipulator manipulator);
+/// The bits of an `unsigned int`.
 template <>
 NURICCL_API bool fromStr<int>(int& out, const std::string& text, Manipulator manipulator);
+/// The bits of an `unsigned long long`.
 template <>
 NURICCL_API bool fromStr<long long>(long long& out, const std::string& text,
                                     Manipulator manipulator);
