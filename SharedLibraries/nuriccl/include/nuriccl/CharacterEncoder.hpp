@@ -7,7 +7,7 @@
 /// Use it for file names, virtual-machine names and fields of one line. It sees bytes: a character
 /// of several bytes is escaped as several. To get a text back, let the escape character itself be
 /// escaped: the forms that are given `esc` always do, `encode(const std::string&)` does when '%' is
-/// in the set.
+/// in the set. "." and ".." are names, too, and pass as they are unless '.' is protected.
 ///
 ///     a:b   --encode-->  a%3ab   --decode-->  a:b
 ///

@@ -83,8 +83,9 @@ public:
     /// @throws std::bad_alloc with the object as it was, as in the other forms
     void init(CodePages_e codePage);
 
-    /// Sets the number. An object of `CP_DEFAULT` becomes `CP_CUSTOM` without a name, which names
-    /// no code page: give it one with `init(name)`. Every other one stays the code page it is.
+    /// Sets the number. An object of `CP_DEFAULT` becomes `CP_CUSTOM` without a name, which iconv
+    /// takes for the locale's character set: give it one with `init(name)`. Every other one stays
+    /// the code page it is.
     void init(unsigned int number);
 
     /// Sets the name that iconv is asked for; null is the empty name. An object of `CP_DEFAULT`

@@ -247,8 +247,10 @@ public:
 
     /// Removes "." and empty components, and each ".." together with the component in front of it.
     /// The first component stays, and so does a ".." that has nothing in front of it to remove:
-    /// "/.." becomes "/", "a/.." becomes "a", "../a" stays. The text alone decides: through a
-    /// symbolic link ".." may lead elsewhere. "." becomes the empty path, which names no file.
+    /// "/.." becomes "/", "a/.." becomes "a", "../a" stays. So it is for absolute paths: a relative
+    /// one may come to name another file, as "a/../b" does, which becomes "a/b". The text alone
+    /// decides: through a symbolic link ".." may lead elsewhere. "." becomes the empty path, which
+    /// names no file.
     ///
     /// @return whether the length of the path has changed
     /// @throws std::bad_alloc with the path as it was
