@@ -14,8 +14,8 @@
 ///
 /// Updates do not travel. What is added of a Buffer in an update is not in one: a copy has bytes of
 /// its own, and a move takes the block. The update of a Buffer in the sequence ends when that is
-/// moved inside (by growth, or whole by `split`). A piece that is cut keeps its update, and its rest
-/// is a copy.
+/// moved inside (by growth, or whole by `split`). A piece that is cut keeps its update, and its
+/// rest is a copy.
 ///
 /// Thread safety: thread-compatible; one MultiBuffer is used by one thread at a time. The Buffers
 /// in it may share their blocks with handles on other threads.
