@@ -48,12 +48,28 @@ function(nuriccl_configure_library_code target)
     endif()
 endfunction()
 
+# nuriccl_export(<target> <list>): the library exports what the reviewed list names, with the
+# versions of the symbols that the list tells. Visibility already hides the rest of the library's own
+# code; this also keeps in what the templates of the standard library would leave behind.
+function(nuriccl_export target list)
+    set(script ${PROJECT_SOURCE_DIR}/cmake/version_script.sh)
+    set(map ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
+    add_custom_command(TARGET ${target} PRE_LINK
+        COMMAND ${CMAKE_COMMAND} -E env NM=${CMAKE_NM}
+            bash ${script} ${list} $<TARGET_OBJECTS:${target}> > ${map}
+        COMMAND_EXPAND_LISTS
+        VERBATIM)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${map})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS
+        ${list} ${script} ${PROJECT_SOURCE_DIR}/cmake/symbol_names.sed)
+endfunction()
+
 # nuriccl_add_library(<target> FAMILIES <name>... HEADER_FAMILIES <name>... KERNELS <name>...)
 #
 # A shared library of this tree, and the one list of its families: each is a header, a source (but
 # for a header family) and a test file of the same name. The library gets its soname, hidden
-# visibility, and an export list that keeps what the standard library's templates would leak out of
-# the dynamic symbol table. The kernels that its families use become part of it.
+# visibility, and exports what its reviewed list, exports.txt, names. The kernels that its families
+# use become part of it.
 function(nuriccl_add_library target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FAMILIES;HEADER_FAMILIES;KERNELS")
     list(TRANSFORM arg_FAMILIES REPLACE ".+" "source/\\0.cpp" OUTPUT_VARIABLE sources)
@@ -69,9 +85,7 @@ function(nuriccl_add_library target)
         NURICCL_HEADER_FAMILIES "${arg_HEADER_FAMILIES}"
         SOVERSION ${NURICCL_SOVERSION}
         INSTALL_RPATH "$ORIGIN")
-    set(map ${CMAKE_CURRENT_SOURCE_DIR}/${target}.map)
-    target_link_options(${target} PRIVATE LINKER:--version-script=${map})
-    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${map})
+    nuriccl_export(${target} ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
     if(NOT NURICCL_SANITIZE)
         target_link_options(${target} PRIVATE LINKER:-z,defs)
     endif()

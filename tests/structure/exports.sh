@@ -1,55 +1,59 @@
 #!/bin/bash
-# The reviewed list of what a library exports.
+# Holds what a library exports against its reviewed list.
 #
-# usage: exports.sh print <library>          the list as it should be for the library as built
-#        exports.sh check <library> <list>   whether the library exports what the list says
+# usage: exports.sh <library> <list> <object file>...
 #
-# NM names the nm to use.
+# The linker leaves out what is marked as public but is not in the list; the object files still tell
+# of it. Inline functions do not count there: callers have their copies.
+#
+# NM and READELF name the tools to use.
 set -euo pipefail
 export LC_ALL=C
+library=$1
+list=$2
+shift 2
+here=$(dirname -- "$0")
 
-# One line per symbol in the same words for both pointer sizes: the variants of a constructor or
-# destructor are one, and the type behind va_list, which differs, is called by its name again.
-# Inline functions (weak symbols) of the library's own are left out: callers have their copies, and
-# it depends on the optimiser whether the library keeps one. Weak, too, but always there are the
-# instantiations of transformString and what the source file of Buffer keeps.
-exports() {
-    "${NM:-nm}" -DC --defined-only "$1" | sed -E '
-        s/^[0-9a-f]* //
-        /^W (std::|bool nuriccl::transformString<|nuriccl::Buffer::)/!{/^W /d}
-        s/^. //
-        s/\[abi:cxx11\]//
-        s/ >/>/g
-        s/std::__cxx11::/std::/g
-        s/std::basic_string<char, std::char_traits<char>, std::allocator<char>>/std::string/g
-        s/std::basic_string<(wchar_t), std::char_traits<\1>, std::allocator<\1>>/std::wstring/g
-        s/std::vector<([^<>,]*), std::allocator<\1>>/std::vector<\1>/g
-        /sprintfSafe/s/char\*&|__va_list_tag \(&\) \[1\]/va_list\&/' | sort -u
+# The names behind symbols, as the list has them.
+names() { c++filt | sed -E -f "$here/../../cmake/symbol_names.sed"; }
+
+# All that the library exports, as "VERSION name".
+exported() {
+    "${NM:-nm}" -D --defined-only "$library" |
+        sed -nE 's/^[0-9a-f]* [B-Zu] ([^@]*)@*(.*)/\2 \1/p' | names | sort -u
 }
 
-case $1 in
-print)
-    exports "$2"
-    ;;
-check)
-    difference=$(comm -3 <(exports "$2") <(grep -v '^#' "$3") |
-        sed -e 's/^\t/  missing: /; t' -e 's/^/  new:     /')
-    if [[ -n $difference ]]; then
-        cat << EOF
-$(basename "$2") and its reviewed list of exports differ:
+# All that the list has, as "VERSION name".
+listed() {
+    awk '/^\[/ { version = substr($1, 2); next } /^[^#]/ { print version " " $0 }' "$list" | sort
+}
+
+# The names of functions and data that callers have no copy of, marked as public.
+public() {
+    "${READELF:-readelf}" -sW "$@" |
+        awk '$5 == "GLOBAL" && $6 == "DEFAULT" && $7 != "UND" { print $8 }' | names | sort -u
+}
+
+without_version() { cut -d' ' -f2- | sort; }
+
+twice=$(listed | without_version | uniq -d)
+if [[ -n $twice ]]; then
+    echo "$list has more than once:"
+    echo "$twice"
+    exit 1
+fi
+difference=$(
+    comm -3 <(exported) <(listed) | sed -e 's/^\t/  missing:  /; t' -e 's/^/  exported: /'
+    comm -23 <(public "$@") <(listed | without_version) | sed 's/^/  new:      /'
+)
+if [[ -n $difference ]]; then
+    cat << EOF
+$(basename "$library") and its reviewed list of exports differ:
 $difference
 A missing symbol breaks programs that use it: bring it back, or raise NURICCL_SOVERSION. A new
-symbol that is not meant for callers should be hidden. When the change is meant, review the outcome
-of
-  $0 print $2
-and write it to
-  $3
+symbol that is not meant for callers should be hidden. One that is goes to
+  $list
+below the version that comes with the next release. docs/abi.md tells more.
 EOF
-        exit 1
-    fi
-    ;;
-*)
-    sed -n 's/^# usage: //p' "$0" >&2
-    exit 2
-    ;;
-esac
+    exit 1
+fi
