@@ -13,16 +13,13 @@ else()
     set(architecture amd64)
 endif()
 
-# The release of the packages: Debian's changelog begins with "nuriccl (VERSION-REVISION)".
-file(STRINGS ${debian}/changelog package_version LIMIT_COUNT 1)
-string(REGEX REPLACE "^.*\\((.*)-(.*)\\).*$" "\\1;\\2" package_version ${package_version})
-list(GET package_version 1 revision)
-list(GET package_version 0 package_version)
-if(NOT package_version STREQUAL PROJECT_VERSION)
-    message(FATAL_ERROR
-        "${debian}/changelog begins with version ${package_version}, and this is "
-        "${PROJECT_VERSION}. Add an entry.")
+# The release of the packages: Debian's changelog begins with "nuriccl (VERSION-REVISION)". A revision
+# below 1 leaves the others to Debian.
+file(STRINGS ${debian}/changelog entry LIMIT_COUNT 1)
+if(NOT entry MATCHES "^nuriccl \\(${PROJECT_VERSION}-([^)]+)\\)")
+    message(FATAL_ERROR "${debian}/changelog has no entry for ${PROJECT_VERSION}. Add one.")
 endif()
+set(revision ${CMAKE_MATCH_1})
 set(package_version ${PROJECT_VERSION}-${revision})
 
 set(CPACK_GENERATOR DEB)
@@ -33,10 +30,11 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${architecture})
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${revision})
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "nuriccl developers <nuriccl@localhost.localdomain>")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "nuriccl developers <developers@nuriccl.invalid>")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "")
+# Each package has a description of its own, whose first line is the summary.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
 # run(<variable> <command>...): what a command prints
 function(run variable)
@@ -72,28 +70,28 @@ function(debian_package component name section multi_arch depends description)
     install(FILES
         ${scratch}/copyright ${scratch}/changelog.Debian.gz ${scratch}/changelog.gz
         DESTINATION share/doc/${name} COMPONENT ${component})
-    if(EXISTS ${debian}/${name}.lintian-overrides)
-        install(FILES ${debian}/${name}.lintian-overrides
-            DESTINATION share/lintian/overrides RENAME ${name} COMPONENT ${component})
-    endif()
 endfunction()
 
-# built(<variable> <target>): the file that a target was made in, which this folder takes from there
-function(built variable target)
+# built(<variable> <target> <folder> <component>): the file that was made of a target, which this build
+# folder takes from the other one; it is installed in the folder. The system knows where its libraries
+# are: nothing is left of the run path.
+function(built variable target installed component)
     get_target_property(folder ${target} BINARY_DIR)
     file(RELATIVE_PATH folder ${PROJECT_BINARY_DIR} ${folder})
     set(folder ${NURICCL_PACKAGES_OF}/${folder})
     set_target_properties(${target} PROPERTIES
         LIBRARY_OUTPUT_DIRECTORY ${folder} RUNTIME_OUTPUT_DIRECTORY ${folder})
     get_target_property(type ${target} TYPE)
-    set(file ${folder}/${target})
+    set(file ${target})
     if(type STREQUAL SHARED_LIBRARY)
-        set(file ${folder}/lib${target}.so.${NURICCL_SOVERSION})
+        set(file lib${target}.so.${NURICCL_SOVERSION})
     endif()
-    if(NOT EXISTS ${file})
-        message(FATAL_ERROR "There is no ${file}: build ${NURICCL_PACKAGES_OF} first.")
+    if(NOT EXISTS ${folder}/${file})
+        message(FATAL_ERROR "There is no ${folder}/${file}: build it first.")
     endif()
-    set(${variable} ${file} PARENT_SCOPE)
+    set(packed "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${installed}/${file}")
+    install(CODE "file(RPATH_REMOVE FILE \"${packed}\")" COMPONENT ${component})
+    set(${variable} ${folder}/${file} PARENT_SCOPE)
 endfunction()
 
 # What programs have to depend on that are linked with the libraries: by library, and by the version
@@ -104,14 +102,15 @@ set(libraries "")
 foreach(library nuriagent nuriccl)
     string(APPEND shlibs
         "lib${library} ${NURICCL_SOVERSION} libnuriccl1 (>= ${PROJECT_VERSION})\n")
-    string(APPEND symbols "lib${library}.so.${NURICCL_SOVERSION} libnuriccl1 #MINVER#\n")
+    string(APPEND symbols "lib${library}.so.${NURICCL_SOVERSION} libnuriccl1 #MINVER#\n"
+        "* Build-Depends-Package: libnuriccl-dev\n")
     file(STRINGS ${PROJECT_SOURCE_DIR}/SharedLibraries/${library}/exports.txt versions
         REGEX "^\\[")
     foreach(version ${versions})
         string(REGEX REPLACE "^.(.*) (.*).$" " (symver)\\1 \\2\n" version ${version})
         string(APPEND symbols ${version})
     endforeach()
-    built(file ${library})
+    built(file ${library} ${NURICCL_INSTALL_LIBDIR} runtime)
     list(APPEND libraries ${file})
 endforeach()
 file(WRITE ${scratch}/shlibs ${shlibs})
@@ -127,36 +126,36 @@ set(depends bash ${debian}/depends.sh ${scratch} ${scratch}/shlibs)
 run(runtime_depends ${depends} -xlibnuriccl1 ${libraries})
 debian_package(runtime libnuriccl1 libs same ${runtime_depends}
 [[class library of a backup agent
- Buffers that pass between the components of an agent without copying, text
- utilities, conversions between code pages, compression, signatures, schedules,
- and the names of files on several systems.
- .
- This package contains the shared libraries: nuriccl, and nuriagent with the
- services of the agent that it calls.]])
+Buffers that pass between the components of an agent without copying, text
+utilities, conversions between code pages, compression, signatures, schedules,
+and the names of files on several systems.
+
+This package contains the shared libraries: nuriccl, and nuriagent with the
+services of the agent that it calls.]])
 debian_package(dev libnuriccl-dev libdevel same
     "libnuriccl1 (= ${package_version}), libboost-dev"
 [[class library of a backup agent - development files
- Buffers that pass between the components of an agent without copying, text
- utilities, conversions between code pages, compression, signatures, schedules,
- and the names of files on several systems.
- .
- This package contains the headers, and what CMake and pkg-config need to find
- the libraries.]])
-built(file minibackup)
+Buffers that pass between the components of an agent without copying, text
+utilities, conversions between code pages, compression, signatures, schedules,
+and the names of files on several systems.
+
+This package contains the headers, and what CMake and pkg-config need to find
+the libraries.]])
+built(file minibackup bin minibackup)
 run(minibackup_depends ${depends} ${file})
 debian_package(minibackup minibackup utils foreign ${minibackup_depends}
 [[backup into a store of blocks that are kept once
- Saves folders, checks what was saved and restores it. Files are cut into
- blocks, which are compressed and kept once however often they occur. It leaves
- out what matches patterns, and tells when a schedule is due next.
- .
- It is the example program of libnuriccl1.]])
+Saves folders, checks what was saved and restores it. Files are cut into
+blocks, which are compressed and kept once however often they occur. It leaves
+out what matches patterns, and tells when a schedule is due next.
+
+It is the example program of libnuriccl1.]])
 if(TARGET nuriccl-tool)
-    built(file nuriccl-tool)
+    built(file nuriccl-tool bin tool)
     run(tool_depends ${depends} ${file})
     debian_package(tool nuriccl-tool utils foreign ${tool_depends}
 [[shows what a backup agent would do
- Asks the class library of a backup agent from a shell: encodings of bytes and
- names, signatures, fields and words of lines, paths, code pages, times,
- versions, schedules and locks.]])
+Asks the class library of a backup agent from a shell: encodings of bytes and
+names, signatures, fields and words of lines, paths, code pages, times,
+versions, schedules and locks.]])
 endif()
