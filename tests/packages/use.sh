@@ -25,10 +25,11 @@ fail() {
 # uses_libraries_of <program> <folder>: run in this environment, the program gets the libraries in the
 # folder.
 uses_libraries_of() {
-    local loaded library
+    local loaded library path
     loaded=$(ldd "$1")
     for library in libnuriccl.so.1 libnuriagent.so.1; do
-        [[ $loaded == *"$library => $2/$library "* ]] ||
+        path=$(sed -nE "s|^[[:blank:]]*$library => (/.*) \(.*|\1|p" <<< "$loaded")
+        [[ -n $path && $(realpath -- "$path") == "$2/$library" ]] ||
             fail "$1 does not use the $library that was unpacked:"$'\n'"$loaded"
     done
 }
