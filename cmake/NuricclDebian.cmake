@@ -13,8 +13,8 @@ else()
     set(architecture amd64)
 endif()
 
-# The release of the packages: Debian's changelog begins with "nuriccl (VERSION-REVISION)". A revision
-# below 1 leaves the others to Debian.
+# The release of the packages: Debian's changelog begins with "nuriccl (VERSION-REVISION)". A
+# revision below 1 leaves the others to Debian.
 file(STRINGS ${debian}/changelog entry LIMIT_COUNT 1)
 if(NOT entry MATCHES "^nuriccl \\(${PROJECT_VERSION}-([^)]+)\\)")
     message(FATAL_ERROR "${debian}/changelog has no entry for ${PROJECT_VERSION}. Add one.")
@@ -72,9 +72,9 @@ function(debian_package component name section multi_arch depends description)
         DESTINATION share/doc/${name} COMPONENT ${component})
 endfunction()
 
-# built(<variable> <target> <folder> <component>): the file that was made of a target, which this build
-# folder takes from the other one; it is installed in the folder. The system knows where its libraries
-# are: nothing is left of the run path.
+# built(<variable> <target> <folder> <component>): the file that was made of a target, which this
+# build folder takes from the other one; it is installed in the folder. The system knows where its
+# libraries are: nothing is left of the run path.
 function(built variable target installed component)
     get_target_property(folder ${target} BINARY_DIR)
     file(RELATIVE_PATH folder ${PROJECT_BINARY_DIR} ${folder})

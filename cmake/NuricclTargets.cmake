@@ -48,9 +48,11 @@ function(nuriccl_configure_library_code target)
     endif()
 endfunction()
 
-# nuriccl_export(<target> <list>): the library exports what the reviewed list names, with the
-# versions of the symbols that the list tells. Visibility already hides the rest of the library's own
-# code; this also keeps in what the templates of the standard library would leave behind.
+# nuriccl_export(<target> <list>)
+#
+# The library exports what the reviewed list names, with the versions of the symbols that the list
+# tells. Visibility already hides the rest of the library's own code; this also keeps in what the
+# templates of the standard library would leave behind.
 function(nuriccl_export target list)
     set(script ${PROJECT_SOURCE_DIR}/cmake/version_script.sh)
     set(map ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)

@@ -19,8 +19,10 @@ depends=$(dpkg-shlibdeps --warnings=0 -O "$@" | sed -n 's/^shlibs:Depends=//p')
 
 # The 32-bit libraries of a 64-bit system come in packages of their own, built from the same sources
 # with the same symbols as those that a 32-bit system has under the plain names.
-depends=$(sed -E 's/\b(libc6)-i386\b/\1/g; s/\blib32(gcc-s1|stdc\+\+6)/lib\1/g; s/\blib32z1/zlib1g/g' \
-    <<< "$depends")
+depends=$(sed -E '
+    s/\blibc6-i386\b/libc6/g
+    s/\blib32(gcc-s1|stdc\+\+6)/lib\1/g
+    s/\blib32z1\b/zlib1g/g' <<< "$depends")
 if [[ -z $depends || $depends =~ lib32|libx32|-i386|-amd64 ]]; then
     echo "depends.sh: no way to depend on that: $depends" >&2
     exit 1

@@ -24,7 +24,7 @@ fail() {
 }
 
 # The .deb of a package.
-deb() { ls -- "$packages/$1"_"$version"-*_"$architecture.deb"; }
+deb() { echo "$packages/${1}_$version"-*"_$architecture.deb"; }
 
 field() { dpkg-deb -f "$(deb "$1")" "$2"; }
 
@@ -45,7 +45,8 @@ files() {
 
 # The newest of the versions of the C library's symbols that a file uses.
 newest_glibc() {
-    "${READELF:-readelf}" -VW "$1" | grep -oE 'GLIBC_[0-9.]+' | sed 's/GLIBC_//' | sort -uV | tail -1
+    "${READELF:-readelf}" -VW "$1" | grep -oE 'GLIBC_[0-9.]+' | sed 's/GLIBC_//' |
+        sort -uV | tail -1
 }
 
 check_fields() {
@@ -86,7 +87,8 @@ mapfile -t names < <(sed -n 's/^\([^# ]*\) .*/\1/p' "$here/fields.txt")
 difference=$(comm -3 <(files "${names[@]}" | sort) <(expected_files | sort) |
     sed -e 's/^\t/  missing: /; t' -e 's/^/  new:     /')
 [[ -z $difference ]] || fail "$here/files.txt and the packages differ:"$'\n'"$difference"
-[[ $(ls -- "$packages"/*_"$architecture.deb" | wc -l) == "${#names[@]}" ]] ||
+all=("$packages"/*.deb)
+((${#all[@]} == ${#names[@]})) ||
     fail "$packages holds other packages than $here/fields.txt"
 
 while read -r package section multi_arch depends; do

@@ -1,8 +1,9 @@
 #!/bin/bash
-# Unpacks packages into an empty folder, and builds and runs programs with nothing but what is there.
+# Unpacks packages into an empty folder, and builds and runs programs with what is there alone.
 #
-# usage: use.sh debian|archive <folder of the packages> <scratch folder> <version> <architecture>
-#               <triplet> <folder of the consumer tests> <compiler and options> <configure option>...
+# usage: use.sh debian|archive <folder of the packages> <scratch folder> <version>
+#               <architecture> <triplet> <folder of the consumer tests> <compiler and options>
+#               <configure option>...
 #
 # CMAKE names the cmake to use.
 set -euo pipefail
@@ -22,8 +23,8 @@ fail() {
     exit 1
 }
 
-# uses_libraries_of <program> <folder>: run in this environment, the program gets the libraries in the
-# folder.
+# uses_libraries_of <program> <folder>: run in this environment, the program gets the libraries in
+# the folder.
 uses_libraries_of() {
     local loaded library path
     loaded=$(ldd "$1")
@@ -60,12 +61,14 @@ uses_libraries_of "$scratch/cmake/consumer" "$libraries"
 # As on a machine where the package is installed, the program bears no path to the libraries.
 export PKG_CONFIG_LIBDIR=$libraries/pkgconfig
 [[ $(pkg-config --modversion nuriccl) == "$version" ]] || fail "pkg-config tells another version"
-eval "flags=($(pkg-config --cflags --libs nuriccl))"
+flags=()
+eval "flags+=($(pkg-config --cflags --libs nuriccl))"
 [[ $(realpath "${flags[0]#-I}") == "$prefix/include" &&
     $(realpath "${flags[1]#-L}") == "$libraries" ]] ||
     fail "pkg-config leads elsewhere: ${flags[*]}"
 "${compile[@]}" "$consumers/program.cpp" -o "$scratch/program" "${flags[@]}"
 (
+    # shellcheck disable=SC2030
     export LD_LIBRARY_PATH=$libraries
     uses_libraries_of "$scratch/program" "$libraries"
     "$scratch/program"
@@ -74,6 +77,7 @@ eval "flags=($(pkg-config --cflags --libs nuriccl))"
 # The libraries of a Debian package are where the system looks for them; those of the archive lie
 # where the program itself looks.
 if [[ $kind == debian ]]; then
+    # shellcheck disable=SC2031 # the first one was for the program alone
     export LD_LIBRARY_PATH=$libraries
 fi
 minibackup=$prefix/bin/minibackup
