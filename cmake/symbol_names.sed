@@ -1,6 +1,6 @@
-# What a demangler says of a symbol, in the words of the lists of exports. These are the same for both
-# pointer sizes: the variants of a constructor or destructor are one, and the type behind va_list,
-# which differs, is called by its name again.
+# What a demangler says of a symbol, in the words of the lists of exports. These are the same for
+# both pointer sizes: the variants of a constructor or destructor are one, and the type behind
+# va_list, which differs, is called by its name again.
 s/\[abi:cxx11\]//
 s/ >/>/g
 s/std::__cxx11::/std::/g
