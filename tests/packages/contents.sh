@@ -66,7 +66,7 @@ check_libc() {
     dpkg-deb -x "$(deb "$package")" "$scratch/$package"
     while read -r file; do
         needed=$(printf '%s\n' "$needed" "$(newest_glibc "$file")" | sort -V | tail -1)
-    done < <(find "$scratch/$package" -type f \( -path '*/bin/*' -o -name '*.so.*' \))
+    done < <(find "$scratch/$package" -type f \( -path '*/bin/*' -o -name '*.so.?' \))
     [[ $needed == 2.* ]] || fail "$package: no file of it uses the C library"
     dpkg --compare-versions "$promised" ge "$needed" ||
         fail "$package depends on libc6 (>= $promised), and uses what came with $needed"
@@ -116,7 +116,7 @@ while read -r file; do
     ! "${READELF:-readelf}" -dW "$file" | grep -E 'RPATH|RUNPATH' || fail "$file has a run path"
     ! "${READELF:-readelf}" -SW "$file" | grep -E ' \.(symtab|debug_info) ' ||
         fail "$file is not stripped"
-done < <(find "$scratch" -type f \( -path '*/bin/*' -o -name '*.so.*' \))
+done < <(find "$scratch" -type f \( -path '*/bin/*' -o -name '*.so.?' \))
 for package in "${names[@]}"; do
     ! dpkg-deb -c "$(deb "$package")" |
         grep -vE '^(-rw-r--r--|-rwxr-xr-x|drwxr-xr-x|lrwxrwxrwx) root/root ' ||
