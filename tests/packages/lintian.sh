@@ -3,4 +3,8 @@
 #
 # usage: lintian.sh <folder of the packages>
 set -euo pipefail
+# It leaves files behind.
+TMPDIR=$(mktemp -d)
+export TMPDIR
+trap 'rm -rf -- "$TMPDIR"' EXIT
 lintian --allow-root --fail-on error "$1"/*.deb
