@@ -13,6 +13,11 @@ else()
     set(architecture amd64)
 endif()
 
+if(NOT nuriccl_makes_manuals)
+    message(FATAL_ERROR
+        "Debian's packages have man pages, which lowdown makes. Install Debian's package lowdown.")
+endif()
+
 # The release of the packages: Debian's changelog begins with "nuriccl (VERSION-REVISION)". A
 # revision below 1 leaves the others to Debian.
 file(STRINGS ${debian}/changelog entry LIMIT_COUNT 1)

@@ -26,6 +26,7 @@ done
     -DNURICCL_INSTALL_LIBDIR="lib/$triplet" \
     -DNURICCL_INSTALL_GDBDIR="share/gdb/auto-load/usr/lib/$triplet" \
     -DNURICCL_BUILD_TESTS=OFF
+"${CMAKE:-cmake}" --build "$packing" --target nuriccl_manuals
 "${CPACK:-cpack}" --config "$packing/CPackConfig.cmake" -B "$output"
 "${CPACK:-cpack}" --config "$build/CPackConfig.cmake" -B "$output"
 # CPack leaves its working folder behind.

@@ -33,6 +33,8 @@ expected_files() {
     sed "/^#/d; s/TRIPLET/$triplet/" "$here/files.txt"
     (cd -- "$source/SharedLibraries" && find -- */include -name '*.hpp') |
         sed 's|[^/]*/|libnuriccl-dev usr/|'
+    (cd -- "$source/docs/guides" && ls -- *.md) |
+        sed 's|\(.*\)\.md|libnuriccl-dev usr/share/man/man3/nuriccl_\1.3.gz|'
 }
 
 files() {
