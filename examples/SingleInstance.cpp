@@ -52,6 +52,7 @@ int main(int argc, char** argv) {
     if (child == 0) {
         second(path, ends[1]);
     }
+    close(ends[1]); // so that reading ends should the second process not come that far
     char byte = 0;
     if (child == -1 || read(ends[0], &byte, 1) != 1) {
         std::cerr << "no second process\n";

@@ -58,12 +58,12 @@ int main(int argc, char** argv) {
               << "smaller when compressed, " << block.signature << '\n';
     try_to_load("untouched", block);
 
-    StoredBlock damaged = block;
-    if (!damaged.packed.empty()) {
+    if (!content.empty()) {
+        StoredBlock damaged = block;
         damaged.packed.back() = static_cast<char>(damaged.packed.back() ^ 1);
         try_to_load("a bit changed", damaged);
+        block.packed = store(std::string(content.size(), '?')).packed;
+        try_to_load("mixed up", block);
     }
-    block.packed = store(std::string(content.size(), '?')).packed;
-    try_to_load("mixed up", block);
     return 0;
 }

@@ -15,7 +15,7 @@ namespace {
 
 using nuriccl::File;
 
-// Deeper trees are left out, rather than to run out of what one process may have.
+// Nobody nests directories that deep on purpose.
 constexpr unsigned int MOST_PARTS = 64;
 
 // Returns whether there is something to save.

@@ -1,0 +1,89 @@
+#include <nuriagent/base64.hpp>
+
+#include <cstring>
+
+namespace base64 {
+
+namespace {
+
+constexpr int DONE = 0;
+constexpr int SIZE_TOLD = 1;
+constexpr int MALFORMED = 2;
+
+const char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// Whether there is room; the status is set either way.
+bool has_room(const void* destination, unsigned long long size, unsigned long long needed,
+              Results* results) {
+    results->status = destination != nullptr && size >= needed ? DONE : SIZE_TOLD;
+    return results->status == DONE;
+}
+
+// The value of a digit, 64 for any other character.
+unsigned int value_of(char digit) {
+    const void* const place = std::memchr(ALPHABET, digit, 64);
+    return place == nullptr ? 64U
+                            : static_cast<unsigned int>(static_cast<const char*>(place) - ALPHABET);
+}
+
+bool is_base64(const char* text, unsigned long long length, unsigned long long digits) {
+    bool good = length % 4 == 0;
+    for (unsigned long long i = 0; good && i < digits; ++i) {
+        good = value_of(text[i]) != 64;
+    }
+    return good;
+}
+
+} // namespace
+
+Base64& Base64::GetInstance() {
+    static Base64 instance;
+    return instance;
+}
+
+unsigned long long Base64::Encode(const void* source, unsigned long long length, char* destination,
+                                  unsigned long long size, Results* results) {
+    const unsigned long long needed = (length + 2) / 3 * 4;
+    if (!has_room(destination, size, needed, results)) {
+        return needed;
+    }
+    const auto* const bytes = static_cast<const unsigned char*>(source);
+    for (unsigned long long at = 0; at < length; at += 3) {
+        const unsigned long long left = length - at;
+        const unsigned int group = static_cast<unsigned int>(bytes[at]) << 16 |
+                                   (left > 1 ? static_cast<unsigned int>(bytes[at + 1]) << 8 : 0) |
+                                   (left > 2 ? bytes[at + 2] : 0U);
+        *destination++ = ALPHABET[group >> 18];
+        *destination++ = ALPHABET[group >> 12 & 63];
+        *destination++ = left > 1 ? ALPHABET[group >> 6 & 63] : '=';
+        *destination++ = left > 2 ? ALPHABET[group & 63] : '=';
+    }
+    return needed;
+}
+
+unsigned long long Base64::Decode(const char* source, unsigned long long length, void* destination,
+                                  unsigned long long size, Results* results) {
+    unsigned long long digits = length;
+    for (int padding = 0; padding < 2 && digits != 0 && source[digits - 1] == '='; ++padding) {
+        --digits;
+    }
+    if (!is_base64(source, length, digits)) {
+        results->status = MALFORMED;
+        return 0;
+    }
+    const unsigned long long needed = digits * 3 / 4;
+    if (!has_room(destination, size, needed, results)) {
+        return needed;
+    }
+    auto* bytes = static_cast<unsigned char*>(destination);
+    unsigned int bits = 0;
+    for (unsigned long long i = 0; i < digits; ++i) {
+        bits = bits << 6 | value_of(source[i]);
+        if (i % 4 != 0) {
+            *bytes++ = static_cast<unsigned char>(bits >> (6 - 2 * (i % 4)));
+        }
+    }
+    return needed;
+}
+
+} // namespace base64
