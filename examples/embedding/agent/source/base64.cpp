@@ -6,17 +6,20 @@ namespace base64 {
 
 namespace {
 
-constexpr int DONE = 0;
-constexpr int SIZE_TOLD = 1;
-constexpr int MALFORMED = 2;
-
 const char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// Whether there is room; the status is set either way.
+void report(Results* results, int status) {
+    if (results != nullptr) {
+        results->status = status;
+    }
+}
+
+// Whether there is room, which is reported either way.
 bool has_room(const void* destination, unsigned long long size, unsigned long long needed,
               Results* results) {
-    results->status = destination != nullptr && size >= needed ? DONE : SIZE_TOLD;
-    return results->status == DONE;
+    const bool room = destination != nullptr && size >= needed;
+    report(results, room ? Results::DONE : Results::SIZE_REPORTED);
+    return room;
 }
 
 // The value of a digit, 64 for any other character.
@@ -36,13 +39,14 @@ bool is_base64(const char* text, unsigned long long length, unsigned long long d
 
 } // namespace
 
-Base64& Base64::GetInstance() {
+Base64& Base64::GetInstance() noexcept {
     static Base64 instance;
     return instance;
 }
 
 unsigned long long Base64::Encode(const void* source, unsigned long long length, char* destination,
-                                  unsigned long long size, Results* results) {
+                                  unsigned long long size, Results* results) const noexcept {
+    length = source != nullptr ? length : 0;
     const unsigned long long needed = (length + 2) / 3 * 4;
     if (!has_room(destination, size, needed, results)) {
         return needed;
@@ -62,13 +66,14 @@ unsigned long long Base64::Encode(const void* source, unsigned long long length,
 }
 
 unsigned long long Base64::Decode(const char* source, unsigned long long length, void* destination,
-                                  unsigned long long size, Results* results) {
+                                  unsigned long long size, Results* results) const noexcept {
+    length = source != nullptr ? length : 0;
     unsigned long long digits = length;
     for (int padding = 0; padding < 2 && digits != 0 && source[digits - 1] == '='; ++padding) {
         --digits;
     }
     if (!is_base64(source, length, digits)) {
-        results->status = MALFORMED;
+        report(results, Results::MALFORMED);
         return 0;
     }
     const unsigned long long needed = digits * 3 / 4;

@@ -5,16 +5,26 @@
 namespace base64 {
 
 struct Results {
-    int status; // 0: done, 1: the size is told and nothing is written, anything else: failed
+    static constexpr int DONE = 0;
+    static constexpr int SIZE_REPORTED = 1; // nothing is written
+    static constexpr int MALFORMED = 2;     // nothing is written
+
+    int status;
 };
 
 class Base64 {
 public:
-    static Base64& GetInstance();
+    Base64(const Base64&) = delete;
+    Base64& operator=(const Base64&) = delete;
+
+    static Base64& GetInstance() noexcept;
     unsigned long long Encode(const void* source, unsigned long long length, char* destination,
-                              unsigned long long size, Results* results);
+                              unsigned long long size, Results* results) const noexcept;
     unsigned long long Decode(const char* source, unsigned long long length, void* destination,
-                              unsigned long long size, Results* results);
+                              unsigned long long size, Results* results) const noexcept;
+
+private:
+    Base64() = default;
 };
 
 } // namespace base64
