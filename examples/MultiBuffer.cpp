@@ -66,8 +66,8 @@ int main(int argc, char** argv) {
             for (nuriccl::MultiBuffer message; reader.next(message);) {
                 std::cout << "message of " << message.data_length() << " bytes: [";
                 for (const nuriccl::Buffer& part : message) {
-                    std::cout.write(reinterpret_cast<const char*>(part.data()), part.data_length());
-                    std::cout << '|';
+                    const auto* const bytes = reinterpret_cast<const char*>(part.data());
+                    std::cout << std::string(bytes, part.data_length()) << '|';
                 }
                 std::cout << "]\n";
             }

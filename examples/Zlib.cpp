@@ -53,17 +53,21 @@ void try_to_load(const char* what, const StoredBlock& block) {
 
 int main(int argc, char** argv) {
     const std::string content = argc > 1 ? argv[1] : std::string(10000, 'a') + "the end";
-    StoredBlock block = store(content);
-    std::cout << block.size << " bytes, " << (block.packed.size() < block.size ? "" : "not ")
-              << "smaller when compressed, " << block.signature << '\n';
-    try_to_load("untouched", block);
-
-    if (!content.empty()) {
-        StoredBlock damaged = block;
-        damaged.packed.back() = static_cast<char>(damaged.packed.back() ^ 1);
-        try_to_load("a bit changed", damaged);
-        block.packed = store(std::string(content.size(), '?')).packed;
-        try_to_load("mixed up", block);
+    try {
+        StoredBlock block = store(content);
+        std::cout << block.size << " bytes, " << (block.packed.size() < block.size ? "" : "not ")
+                  << "smaller when compressed, " << block.signature << '\n';
+        try_to_load("untouched", block);
+        if (!content.empty()) {
+            StoredBlock damaged = block;
+            damaged.packed.back() = static_cast<char>(damaged.packed.back() ^ 1);
+            try_to_load("a bit changed", damaged);
+            block.packed = store(std::string(content.size(), '?')).packed;
+            try_to_load("mixed up", block);
+        }
+    } catch (const std::runtime_error& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
     }
     return 0;
 }

@@ -23,6 +23,7 @@ check() {
 check "The programs examples/*.cpp" < <(compgen -G '*.cpp' | sed 's/\.cpp$//')
 check "The transcripts examples/expected/*.txt" < <(cd expected && compgen -G '*.txt' |
     sed 's/\.txt$//')
+# shellcheck disable=SC2016 # the backquotes are those of the table
 check "The rows of examples/README.md" < <(
     sed -nE 's/^\| \[`([A-Za-z0-9_]+)`\]\(\1\.cpp\) \|.*\| \[[a-z]+\]\(expected\/\1\.txt\) \|$/\1/p' \
         README.md)

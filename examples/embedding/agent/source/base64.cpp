@@ -1,12 +1,14 @@
 #include <nuriagent/base64.hpp>
 
-#include <cstring>
+#include <cstddef>
+#include <string_view>
 
 namespace base64 {
 
 namespace {
 
-const char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view ALPHABET =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 void report(Results* results, int status) {
     if (results != nullptr) {
@@ -22,17 +24,13 @@ bool has_room(const void* destination, unsigned long long size, unsigned long lo
     return room;
 }
 
-// The value of a digit, 64 for any other character.
-unsigned int value_of(char digit) {
-    const void* const place = std::memchr(ALPHABET, digit, 64);
-    return place == nullptr ? 64U
-                            : static_cast<unsigned int>(static_cast<const char*>(place) - ALPHABET);
-}
+// The value of a digit; for any other character, what is no value.
+std::size_t value_of(char digit) { return ALPHABET.find(digit); }
 
 bool is_base64(const char* text, unsigned long long length, unsigned long long digits) {
     bool good = length % 4 == 0;
     for (unsigned long long i = 0; good && i < digits; ++i) {
-        good = value_of(text[i]) != 64;
+        good = value_of(text[i]) != std::string_view::npos;
     }
     return good;
 }
@@ -44,6 +42,7 @@ Base64& Base64::GetInstance() noexcept {
     return instance;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): nuriccl calls an object
 unsigned long long Base64::Encode(const void* source, unsigned long long length, char* destination,
                                   unsigned long long size, Results* results) const noexcept {
     length = source != nullptr ? length : 0;
@@ -65,6 +64,7 @@ unsigned long long Base64::Encode(const void* source, unsigned long long length,
     return needed;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 unsigned long long Base64::Decode(const char* source, unsigned long long length, void* destination,
                                   unsigned long long size, Results* results) const noexcept {
     length = source != nullptr ? length : 0;
@@ -83,7 +83,7 @@ unsigned long long Base64::Decode(const char* source, unsigned long long length,
     auto* bytes = static_cast<unsigned char*>(destination);
     unsigned int bits = 0;
     for (unsigned long long i = 0; i < digits; ++i) {
-        bits = bits << 6 | value_of(source[i]);
+        bits = bits << 6 | static_cast<unsigned int>(value_of(source[i]));
         if (i % 4 != 0) {
             *bytes++ = static_cast<unsigned char>(bits >> (6 - 2 * (i % 4)));
         }
