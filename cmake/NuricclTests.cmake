@@ -86,8 +86,8 @@ function(nuriccl_add_family_tests)
     endforeach()
 endfunction()
 
-# The test programs of the services, for those of an agent. How its trace and its messages look is its
-# own affair, and so is what it keeps in an unfinished SHA-1; nuriccl_signature knows digests.
+# The test programs of the services, for those of an agent. How its trace and its messages look is
+# its own affair, and so is what it keeps in an unfinished SHA-1; nuriccl_signature knows digests.
 function(nuriccl_add_service_tests agent)
     foreach(service base64 isotime safe schedule)
         nuriccl_add_test(nuriagent_${service}

@@ -1,6 +1,6 @@
-// Takes messages out of a stream that arrives in pieces of any size. In front of each message stands
-// its length, two bytes, the high one first. The bytes of a message are never copied together: it is
-// handed on as the pieces that it came in.
+// Takes messages out of a stream that arrives in pieces of any size. In front of each message
+// stands its length, two bytes, the high one first. The bytes of a message are never copied
+// together: it is handed on as the pieces that it came in.
 //
 // usage: MultiBuffer [SIZE]     of the pieces; 5 without it
 

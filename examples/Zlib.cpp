@@ -1,5 +1,5 @@
-// Stores a block compressed, with the size and the signature of what it holds, and gets it back only
-// if it is what was stored: damage and mix-ups are both found.
+// Stores a block compressed, with the size and the signature of what it holds, and gets it back
+// only if it is what was stored: damage and mix-ups are both found.
 //
 // usage: Zlib [TEXT]
 

@@ -1,5 +1,5 @@
-// Changes the addresses of a server in a table that people edit. The old file stays until the new one
-// is whole: the table is written under another name, which is then given its own.
+// Changes the addresses of a server in a table that people edit. The old file stays until the new
+// one is whole: the table is written under another name, which is then given its own.
 //
 // usage: address_map FILE NAME [ADDRESS...]     without addresses: removes the server
 //        address_map                            changes a table in memory and prints it

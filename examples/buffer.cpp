@@ -1,5 +1,5 @@
-// A reader hands one block to two consumers without a copy. One of them changes its bytes: it gets a
-// block of its own then, and the other sees what was read.
+// A reader hands one block to two consumers without a copy. One of them changes its bytes: it gets
+// a block of its own then, and the other sees what was read.
 //
 // usage: buffer [TEXT]
 

@@ -1,5 +1,5 @@
-// Tells what a backup does with each path that it was given: directories are walked, links are saved
-// as links and never followed, and what is gone is reported.
+// Tells what a backup does with each path that it was given: directories are walked, links are
+// saved as links and never followed, and what is gone is reported.
 //
 // usage: file [PATH...]
 

@@ -1,6 +1,6 @@
-// Checks the exclusions that somebody has configured: "system CLASS" leaves out the files of a class
-// that the agent knows, "path PATH" what lies there. A class that is misspelt must not go unnoticed,
-// or its files are saved every night.
+// Checks the exclusions that somebody has configured: "system CLASS" leaves out the files of a
+// class that the agent knows, "path PATH" what lies there. A class that is misspelt must not go
+// unnoticed, or its files are saved every night.
 //
 // usage: tempfile [EXCLUSION...]
 

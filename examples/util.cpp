@@ -1,5 +1,6 @@
-// Reads settings into typed values, strictly: fromStr takes more than people mean ("80x" is 80, "-1"
-// a large number), so what counts is checked first. The settings are printed as they read back.
+// Reads settings into typed values, strictly: fromStr takes more than people mean ("80x" is 80,
+// "-1" a large number), so what counts is checked first. The settings are printed as they read
+// back.
 //
 // usage: util [NAME=VALUE...]     names: port, mask (hexadecimal), compress, since
 

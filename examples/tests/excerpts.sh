@@ -1,7 +1,7 @@
 #!/bin/bash
-# Makes sure that what documents show of files stands in them: the lines of each block below a comment
-# <!-- excerpt: PATH --> stand in that file one after the other, word for word. "..." on a line of
-# its own stands for lines that are left out.
+# Makes sure that what documents show of files stands in them: the lines of each block below a
+# comment <!-- excerpt: PATH --> stand in that file one after the other, word for word. "..." on a
+# line of its own stands for lines that are left out.
 #
 # usage: excerpts.sh <root of the source tree> <document>...
 set -euo pipefail

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Holds the examples against the families of the library: each has a program, a transcript of what it
-# prints, and a row in the index.
+# Holds the examples against the families of the library: each has a program, a transcript of what
+# it prints, and a row in the index.
 #
 # usage: families.sh <folder of the examples> <families, separated by blanks>
 set -euo pipefail
@@ -24,7 +24,6 @@ check "The programs examples/*.cpp" < <(compgen -G '*.cpp' | sed 's/\.cpp$//')
 check "The transcripts examples/expected/*.txt" < <(cd expected && compgen -G '*.txt' |
     sed 's/\.txt$//')
 # shellcheck disable=SC2016 # the backquotes are those of the table
-check "The rows of examples/README.md" < <(
-    sed -nE 's/^\| \[`([A-Za-z0-9_]+)`\]\(\1\.cpp\) \|.*\| \[[a-z]+\]\(expected\/\1\.txt\) \|$/\1/p' \
-        README.md)
+row='^\| \[`([A-Za-z0-9_]+)`\]\(\1\.cpp\) \|.*\| \[[a-z]+\]\(expected/\1\.txt\) \|$'
+check "The rows of examples/README.md" < <(sed -nE "s,$row,\\1,p" README.md)
 exit $status

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Builds the agent of the examples, compares what its program prints, and runs tests of nuriccl on the
-# agent's services.
+# Builds the agent of the examples, compares what its program prints, and runs tests of nuriccl on
+# the agent's services.
 #
 # usage: embedding_example.sh <source> <build folder> <configure option>...
 #
