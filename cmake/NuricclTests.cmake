@@ -72,6 +72,10 @@ function(nuriccl_add_family_tests)
     foreach(library ${nuriccl_libraries})
         get_target_property(families ${library} NURICCL_FAMILIES)
         get_target_property(header_families ${library} NURICCL_HEADER_FAMILIES)
+        if(NURICCL_AGENT_TARGET)
+            # They look at a trace and at messages in ways that nuriccl itself does not need.
+            list(REMOVE_ITEM families address_map buffer)
+        endif()
         foreach(family ${families} ${header_families})
             nuriccl_add_test(${library}_${family}
                 SharedLibraries/${library}/tests/${family}.cpp ${library})
@@ -79,5 +83,14 @@ function(nuriccl_add_family_tests)
         foreach(family ${families})
             nuriccl_compile_test_quickly(${library}_${family})
         endforeach()
+    endforeach()
+endfunction()
+
+# The test programs of the services, for those of an agent. How its trace and its messages look is
+# its own affair, and so is what it keeps in an unfinished SHA-1; nuriccl_signature knows digests.
+function(nuriccl_add_service_tests agent)
+    foreach(service base64 isotime safe schedule)
+        nuriccl_add_test(nuriagent_${service}
+            SharedLibraries/nuriagent/tests/${service}.cpp ${agent})
     endforeach()
 endfunction()
