@@ -75,7 +75,7 @@ text() {
 
 title=$(printf '%s' "$name" | tr '[:lower:]' '[:upper:]')
 text >"$manual.md"
-lowdown -s -Tman --out-no-smarty -mtitle="$title" -msection="$section" -mdate= \
+lowdown -s -Tman --out-no-smarty --parse-no-super -mtitle="$title" -msection="$section" -mdate= \
     -msource="nuriccl $version" -mvolume='nuriccl manual' "$manual.md" >"$manual.roff"
 mend <"$manual.roff" | gzip -9n >"$manual"
 rm -f "$manual.md" "$manual.roff"

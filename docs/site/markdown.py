@@ -57,7 +57,7 @@ def target(document, link):
 def html(document, texts):
     """Texts of Markdown without headings and code blocks as HTML."""
     between = "END-OF-PIECE"
-    whole = subprocess.run(["lowdown", "-Thtml", "--out-no-smarty"],
+    whole = subprocess.run(["lowdown", "-Thtml", "--out-no-smarty", "--parse-no-super"],
                            input=f"\n\n{between}\n\n".join(texts), capture_output=True,
                            check=True, encoding="utf-8").stdout
 

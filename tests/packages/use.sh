@@ -1,5 +1,6 @@
 #!/bin/bash
-# Unpacks packages into an empty folder, and builds and runs programs with what is there alone.
+# Unpacks packages into an empty folder, and builds, runs and debugs programs with what is there
+# alone.
 #
 # usage: use.sh debian|archive <folder of the packages> <scratch folder> <version>
 #               <architecture> <triplet> <folder of the consumer tests> <compiler and options>
@@ -33,6 +34,16 @@ uses_libraries_of() {
         [[ -n $path && $(realpath -- "$path") == "$2/$library" ]] ||
             fail "$1 does not use the $library that was unpacked:"$'\n'"$loaded"
     done
+}
+
+# shows_objects <program> <gdb option>...: gdb shows an object of the library as what it means
+shows_objects() {
+    local shown
+    shown=$(gdb -nx -batch -iex "add-auto-load-safe-path $scratch" "${@:2}" \
+        -ex 'break stop' -ex run -ex up -ex 'print version' "$1" 2>&1 < /dev/null)
+    # shellcheck disable=SC2016 # the name that gdb gives to what it shows
+    grep -qFx '$1 = Version: 7.1.2 build 345' <<< "$shown" ||
+        fail "gdb does not show what a version is:"$'\n'"$shown"
 }
 
 rm -rf -- "$scratch"
@@ -72,6 +83,12 @@ eval "flags+=($(pkg-config --cflags --libs nuriccl))"
     export LD_LIBRARY_PATH=$libraries
     uses_libraries_of "$scratch/program" "$libraries"
     "$scratch/program"
+
+    # gdb looks for what belongs to a library beside it, or by its path below a folder of its own.
+    mkdir -p -- "$scratch/gdb$scratch/root"
+    ln -s -- "$prefix/share/gdb/auto-load/usr" "$scratch/gdb$scratch/root/usr"
+    "${compile[@]}" -g "$(dirname -- "$0")/debug.cpp" -o "$scratch/debug" "${flags[@]}"
+    shows_objects "$scratch/debug" -iex "set auto-load scripts-directory $scratch/gdb"
 )
 
 # The libraries of a Debian package are where the system looks for them; those of the archive lie
