@@ -14,9 +14,10 @@ include(GoogleTest)
 # Test code is bulky, and what it is compiled with says nothing of the library: in an optimised
 # build the full treatment would take three quarters of the time of the whole.
 set(nuriccl_test_options -g1 $<$<CONFIG:RelWithDebInfo,Release>:-Og>)
-if(NURICCL_SANITIZE MATCHES undefined)
-    # A third of the time. The library is checked, and what a test does to its memory, too.
-    list(APPEND nuriccl_test_options -fno-sanitize=undefined)
+if(NURICCL_SANITIZE MATCHES address,undefined)
+    # Half of the time. The library is checked in full, and what a test does to its memory, too.
+    list(APPEND nuriccl_test_options
+        -fno-sanitize=undefined -fno-sanitize-address-use-after-scope)
 endif()
 target_compile_options(gtest PRIVATE ${nuriccl_test_options})
 target_compile_options(gtest_main PRIVATE ${nuriccl_test_options})

@@ -14,6 +14,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+FRONT = "docs/site/front.md"
 LINK = re.compile(r'(<(?:a href|img src)=")([^"]*)')
 
 
@@ -38,6 +39,14 @@ def guides():
     return "\n".join(rows)
 
 
+def header_page(path):
+    """The page that Doxygen makes of a header; where two have one name, folders stand in front."""
+    name = os.path.basename(path)
+    if len(list(ROOT.glob(f"SharedLibraries/*/include/*/{name}"))) > 1:
+        name = "/".join(pathlib.Path(path).parts[-4:])
+    return name.replace("_", "__").replace("/", "_2").replace(".", "_8") + ".html"
+
+
 def target(document, link):
     """Where a link of a document leads to on the site; None when that is not a part of it."""
     if re.match(r"[a-z]+:", link):
@@ -47,8 +56,10 @@ def target(document, link):
     name = os.path.basename(path)
     if path.endswith(".svg"):
         return name
+    if path == FRONT:
+        return "index.html"
     if path.endswith(".hpp") and "/include/" in path:
-        return name.replace("_", "__").replace(".", "_8") + ".html"
+        return header_page(path)
     if not path.endswith(".md") or path.startswith(("docs/man/", "..")):
         return None
     return f"{page(path)}.html{f'#{page(path)}_{heading}' if heading else ''}"

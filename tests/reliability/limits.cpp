@@ -631,17 +631,23 @@ TEST(LongNames, Utf16) {
 }
 
 TEST(LongNames, BadCharacters) {
+#ifdef __SANITIZE_THREAD__
+    // It looks at all that is left of a text each time that iconv is called.
+    constexpr unsigned int LENGTH = LONGEST / 16;
+#else
+    constexpr unsigned int LENGTH = LONGEST;
+#endif
     std::wstring out_w;
-    const std::string bad(LONGEST, '\xff');
-    EXPECT_FALSE(Encoding::toWideChar(bad.data(), LONGEST, out_w, Encoding::CP_UTF8, true));
+    const std::string bad(LENGTH, '\xff');
+    EXPECT_FALSE(Encoding::toWideChar(bad.data(), LENGTH, out_w, Encoding::CP_UTF8, true));
     EXPECT_EQ(out_w, L"");
-    EXPECT_FALSE(Encoding::toWideChar(bad.data(), LONGEST, out_w, Encoding::CP_DEFAULT, true));
+    EXPECT_FALSE(Encoding::toWideChar(bad.data(), LENGTH, out_w, Encoding::CP_DEFAULT, true));
     EXPECT_EQ(out_w, L"");
     try {
-        Name::wideToMultibyte(std::wstring(LONGEST, 0x20AC), Encoding::CP_USASCII);
+        Name::wideToMultibyte(std::wstring(LENGTH, 0x20AC), Encoding::CP_USASCII);
         ADD_FAILURE() << "converted";
     } catch (const std::runtime_error& error) {
-        const std::string question_marks(LONGEST, '?');
+        const std::string question_marks(LENGTH, '?');
         EXPECT_EQ(error.what(), "Error converting string to multibyte: " + question_marks);
     }
 }
