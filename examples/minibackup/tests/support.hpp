@@ -212,11 +212,6 @@ protected:
         if (process == 0) {
             redirect(prefix + ".out", STDOUT_FILENO);
             redirect(prefix + ".err", STDERR_FILENO);
-            // To look for leaks takes a short run as long again: the first one of a test does, and
-            // one in eight after that.
-            if (runs_started_ % 8 != 1) {
-                setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
-            }
             prepare();
             execute(arguments);
         }
