@@ -233,23 +233,33 @@ namespace {
 /// Mounts of this process that nobody else sees and that go with this object.
 class OwnMounts {
 public:
-    OwnMounts() : before_(open("/proc/self/ns/mnt", O_RDONLY | O_CLOEXEC)) {
-        own_ = unshare(CLONE_NEWNS) == 0 &&
-               mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    OwnMounts() {
+        has_left_ = unshare(CLONE_NEWNS) == 0;
+        // Not where "/" is no mount, as after chroot.
+        own_ = has_left_ && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     }
     ~OwnMounts() {
-        const fs::path here = fs::current_path();
-        EXPECT_EQ(0, setns(before_, CLONE_NEWNS));
-        fs::current_path(here);
+        if (has_left_) {
+            EXPECT_EQ(0, setns(before_, CLONE_NEWNS)); // which leads to the first of all roots
+            EXPECT_EQ(0, fchdir(root_));
+            EXPECT_EQ(0, chroot("."));
+            EXPECT_EQ(0, fchdir(here_));
+        }
         close(before_);
+        close(root_);
+        close(here_);
     }
     OwnMounts(const OwnMounts&) = delete;
     OwnMounts& operator=(const OwnMounts&) = delete;
 
+    /// Whether there are any: not every superuser may have them.
     explicit operator bool() const { return own_; }
 
 private:
-    int before_;
+    int before_ = open("/proc/self/ns/mnt", O_RDONLY | O_CLOEXEC);
+    int root_ = open("/", O_PATH | O_CLOEXEC);
+    int here_ = open(".", O_PATH | O_CLOEXEC);
+    bool has_left_ = false;
     bool own_ = false;
 };
 
