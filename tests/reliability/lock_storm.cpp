@@ -699,6 +699,7 @@ protected:
     std::vector<Result> run(const std::vector<Case>& cases, int trials, milliseconds pause) {
         std::vector<Result> results(cases.size());
         std::vector<std::pair<std::size_t, std::unique_ptr<Trial>>> running;
+        std::vector<std::unique_ptr<Trial>> killed;
         const int count = trials * static_cast<int>(cases.size());
         for (int next = 0; next < count || !running.empty();) {
             for (; next < count && running.size() < AT_ONCE; ++next) {
@@ -710,14 +711,24 @@ protected:
             for (auto& [which, trial] : running) {
                 if (!trial->step()) {
                     results[which].add(trial->arena());
-                    trial->arena().expect_no_set();
-                    trial.reset();
+                    if (trial->what().mishap == Mishap::KILLED) {
+                        killed.push_back(std::move(trial));
+                    } else {
+                        trial->arena().expect_no_set();
+                        trial.reset();
+                    }
                 }
             }
             running.erase(std::remove_if(running.begin(), running.end(),
                                          [](const auto& one) { return one.second == nullptr; }),
                           running.end());
             std::this_thread::sleep_for(milliseconds(1));
+        }
+        // The rival may have gone before it came by the set of the one that was killed.
+        for (const std::unique_ptr<Trial>& trial : killed) {
+            if (trial->arena().set() != NONE) {
+                trial->arena().expect_nothing_left();
+            }
         }
         return results;
     }
