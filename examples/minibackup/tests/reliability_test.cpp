@@ -315,35 +315,25 @@ TEST_F(ReliabilityTest, DiskThatFillsUpLosesNothing) {
 // A disk that cannot be read
 
 TEST_F(ReliabilityTest, ReadErrorOfASaveIsNamedAndTheRestIsSaved) {
-    for (const bool is_first : {true, false}) {
-        std::set<int> statuses;
-        Outcome outcome;
-        int call = first_call();
-        for (; outcome.status != 0; call += stride()) {
-            SCOPED_TRACE("call " + std::to_string(call) + (is_first ? " of a first save" : ""));
-            ASSERT_NO_FATAL_FAILURE(start_over(is_first));
-            change_source(static_cast<std::uint32_t>(call));
-            const std::size_t runs_before = is_first ? 0 : runs().size();
-            outcome = run_with_failing_call({"save", source(), store()}, "read", call, EIO);
-            statuses.insert(outcome.status);
-            ASSERT_LE(0, outcome.status);
-            ASSERT_GE(2, outcome.status);
-            const std::size_t runs_now = fs::exists(store()) ? runs().size() : 0;
-            EXPECT_EQ(runs_before + (outcome.status == 2 ? 0 : 1), runs_now);
-            if (outcome.status != 0) {
-                EXPECT_TRUE(contains(outcome.err, ": Input/output error\n"));
-            }
-            expect_intact();
-            if (outcome.status != 2) {
-                expect_no_leftovers();
-                ASSERT_NO_FATAL_FAILURE(expect_all_but_what_is_named(outcome));
-            }
-            ASSERT_NO_FATAL_FAILURE(expect_good_save());
+    std::set<int> first_statuses;
+    std::set<int> statuses;
+    fail_calls_of_saves("read", EIO, 30, [&](const Outcome& outcome, std::size_t runs_before) {
+        (runs_before == 0 ? first_statuses : statuses).insert(outcome.status);
+        ASSERT_LE(0, outcome.status);
+        ASSERT_GE(2, outcome.status);
+        const std::size_t runs_now = fs::exists(store()) ? runs().size() : 0;
+        EXPECT_EQ(runs_before + (outcome.status == 2 ? 0 : 1), runs_now);
+        if (outcome.status != 0) {
+            EXPECT_TRUE(contains(outcome.err, ": Input/output error\n"));
         }
-        if (stride() == 1) {
-            EXPECT_EQ(std::set<int>({0, 1, 2}), statuses);
+        if (outcome.status != 2) {
+            expect_no_leftovers();
+            expect_all_but_what_is_named(outcome);
         }
-        EXPECT_LT(30, call);
+    });
+    if (stride() == 1) {
+        EXPECT_EQ(std::set<int>({0, 1, 2}), first_statuses);
+        EXPECT_EQ(std::set<int>({0, 1, 2}), statuses);
     }
 }
 
