@@ -15,6 +15,10 @@ include(GoogleTest)
 # build the full treatment would take three quarters of the time of the whole. (Checked copies come
 # with optimisation only.)
 set(nuriccl_test_options -g1 -U_FORTIFY_SOURCE $<$<CONFIG:RelWithDebInfo,Release>:-O0>)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # What the library's own code has, and what the headers of the kernels are written for.
+    list(APPEND nuriccl_test_options -msse2)
+endif()
 if(NURICCL_SANITIZE MATCHES address,undefined)
     # Half of the time. The library is checked in full, and what a test does to its memory, too.
     list(APPEND nuriccl_test_options
@@ -34,18 +38,18 @@ target_precompile_headers(nuriccl_test_headers PRIVATE
     <set> <sstream> <string> <vector>)
 
 # For test programs of code that is compiled elsewhere. What lies in headers is tested as a program
-# would have it. ARGN: options of the program's own, with which the headers have to be read anew.
+# would have it.
 function(nuriccl_compile_test_quickly target)
-    target_compile_options(${target} PRIVATE ${nuriccl_test_options} ${ARGN})
-    if(NOT ARGN)
-        target_precompile_headers(${target} REUSE_FROM nuriccl_test_headers)
-    endif()
+    target_compile_options(${target} PRIVATE ${nuriccl_test_options})
+    target_precompile_headers(${target} REUSE_FROM nuriccl_test_headers)
 endfunction()
 
 # A test program from one file; `target` is the library that it is about.
 function(nuriccl_add_test name source)
     add_executable(${name} ${source})
     nuriccl_configure_target(${name})
+    # No more than where in the source something is: variables take as long as all else.
+    target_compile_options(${name} PRIVATE -g1)
     target_link_libraries(${name} PRIVATE ${ARGN} gtest_main)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
     if(NURICCL_SANITIZE OR NURICCL_COVERAGE)
@@ -57,9 +61,13 @@ function(nuriccl_add_test name source)
 endfunction()
 
 # With a sanitizer or counters most cases take less time than a process needs to start and end. So
-# the cases of a program are dealt out to a few processes; GoogleTest names the one that fails.
+# the cases of a program are dealt out to a few processes, NURICCL_TEST_HANDS unless 4; GoogleTest
+# names the one that fails.
 function(nuriccl_add_dealt_tests name)
     set(hands 4)
+    if(NURICCL_TEST_HANDS)
+        set(hands ${NURICCL_TEST_HANDS})
+    endif()
     foreach(hand RANGE 1 ${hands})
         math(EXPR index "${hand} - 1")
         add_test(NAME ${name}.${hand}_of_${hands} COMMAND ${name})

@@ -5,7 +5,7 @@
 #include "support/fsv_model.hpp"
 
 #include <manifest.hpp>
-#include <names.hpp>
+#include <system/names.hpp>
 
 #include <algorithm>
 #include <array>

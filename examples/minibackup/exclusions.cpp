@@ -1,6 +1,6 @@
 #include "exclusions.hpp"
 
-#include "os.hpp"
+#include "system/os.hpp"
 
 #include <algorithm>
 #include <fnmatch.h>

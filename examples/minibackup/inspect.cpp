@@ -4,8 +4,8 @@
 #include "commands.hpp"
 #include "fields.hpp"
 #include "manifest.hpp"
-#include "names.hpp"
 #include "progress.hpp"
+#include "system/names.hpp"
 
 #include <array>
 #include <charconv>

@@ -1,8 +1,8 @@
 #include "lock.hpp"
 
-#include "names.hpp"
-#include "os.hpp"
-#include "path_lock.hpp"
+#include "system/names.hpp"
+#include "system/os.hpp"
+#include "system/path_lock.hpp"
 
 #include <csignal>
 #include <cstdio>

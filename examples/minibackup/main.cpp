@@ -5,9 +5,9 @@
 /// This file is the command line; see commands.hpp for what the commands do.
 
 #include "commands.hpp"
-#include "names.hpp"
-#include "os.hpp"
 #include "settings.hpp"
+#include "system/names.hpp"
+#include "system/os.hpp"
 
 #include <algorithm>
 #include <csignal>

@@ -1,6 +1,6 @@
 #include "manifest.hpp"
 
-#include "names.hpp"
+#include "system/names.hpp"
 
 #include <algorithm>
 #include <array>

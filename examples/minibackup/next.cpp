@@ -2,9 +2,9 @@
 /// `next`: when a schedule is due.
 
 #include "commands.hpp"
-#include "due.hpp"
-#include "os.hpp"
-#include "schedule_fault.hpp"
+#include "system/due.hpp"
+#include "system/os.hpp"
+#include "system/schedule_fault.hpp"
 
 #include <cstdio>
 #include <nuriccl/cron.hpp>

@@ -4,7 +4,7 @@
 /// What the user sees of a command: messages and a progress bar on standard error, the bar only
 /// when that is a terminal, and a closing summary on standard output.
 
-#include "os.hpp"
+#include "system/os.hpp"
 
 #include <chrono>
 #include <cstdint>

@@ -6,8 +6,8 @@
 
 #include "commands.hpp"
 #include "manifest.hpp"
-#include "names.hpp"
 #include "progress.hpp"
+#include "system/names.hpp"
 #include "tree.hpp"
 
 #include <algorithm>

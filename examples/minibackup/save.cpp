@@ -5,9 +5,9 @@
 #include "commands.hpp"
 #include "lock.hpp"
 #include "manifest.hpp"
-#include "names.hpp"
 #include "progress.hpp"
 #include "source.hpp"
+#include "system/names.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "settings.hpp"
 
-#include "names.hpp"
-#include "os.hpp"
+#include "system/names.hpp"
+#include "system/os.hpp"
 
 #include <map>
 #include <nuriccl/string.hpp>

@@ -42,7 +42,7 @@
 /// nothing ever changes or removes them, and it does not look at temporary files. A run that is
 /// renamed after the directory was read is not seen; that reader came before it.
 
-#include "os.hpp"
+#include "system/os.hpp"
 
 #include <cstdint>
 #include <string>

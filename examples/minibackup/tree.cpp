@@ -1,6 +1,6 @@
 #include "tree.hpp"
 
-#include "names.hpp"
+#include "system/names.hpp"
 
 #include <nuriccl/filenamehelper.hpp>
 #include <optional>

@@ -4,7 +4,7 @@
 /// Moving through directory trees by descriptors: no path is resolved, so no symbolic link is
 /// followed, and paths may have any length.
 
-#include "os.hpp"
+#include "system/os.hpp"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "commands.hpp"
 
-#include <minibackup/names.hpp>
+#include <minibackup/system/names.hpp>
 #include <nuriccl/address_map.hpp>
 #include <sstream>
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <minibackup/names.hpp>
-#include <minibackup/os.hpp>
+#include <minibackup/system/names.hpp>
+#include <minibackup/system/os.hpp>
 #include <nuriccl/string.hpp>
 #include <nuriccl/util.hpp>
 #include <unistd.h>

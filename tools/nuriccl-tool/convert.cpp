@@ -1,7 +1,7 @@
 #include "commands.hpp"
 
 #include <cstdint>
-#include <minibackup/names.hpp>
+#include <minibackup/system/names.hpp>
 #include <nuriccl/encoding.hpp>
 
 namespace nuriccl_tool {

@@ -1,10 +1,10 @@
 #include "commands.hpp"
 #include "iso_time.hpp"
 
-#include <minibackup/due.hpp>
-#include <minibackup/names.hpp>
-#include <minibackup/os.hpp>
-#include <minibackup/schedule_fault.hpp>
+#include <minibackup/system/due.hpp>
+#include <minibackup/system/names.hpp>
+#include <minibackup/system/os.hpp>
+#include <minibackup/system/schedule_fault.hpp>
 #include <nuriccl/cron.hpp>
 
 namespace nuriccl_tool {

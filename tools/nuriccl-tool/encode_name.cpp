@@ -1,6 +1,6 @@
 #include "commands.hpp"
 
-#include <minibackup/names.hpp>
+#include <minibackup/system/names.hpp>
 #include <nuriccl/CharacterEncoder.hpp>
 
 namespace nuriccl_tool {

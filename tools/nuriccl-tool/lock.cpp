@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <minibackup/names.hpp>
-#include <minibackup/os.hpp>
-#include <minibackup/path_lock.hpp>
+#include <minibackup/system/names.hpp>
+#include <minibackup/system/os.hpp>
+#include <minibackup/system/path_lock.hpp>
 #include <nuriccl/SingleInstance.hpp>
 #include <nuriccl/util.hpp>
 #include <spawn.h>

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <exception>
 #include <getopt.h>
-#include <minibackup/names.hpp>
+#include <minibackup/system/names.hpp>
 #include <new>
 #include <nuriccl/string.hpp>
 

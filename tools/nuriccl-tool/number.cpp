@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
-#include <minibackup/names.hpp>
+#include <minibackup/system/names.hpp>
 #include <nuriccl/util.hpp>
 
 namespace nuriccl_tool {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <fcntl.h>
-#include <minibackup/names.hpp>
-#include <minibackup/os.hpp>
+#include <minibackup/system/names.hpp>
+#include <minibackup/system/os.hpp>
 #include <nuriccl/signature.hpp>
 #include <nuriccl/string.hpp>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 #include "commands.hpp"
 #include "iso_time.hpp"
 
-#include <minibackup/os.hpp>
+#include <minibackup/system/os.hpp>
 #include <nuriccl/util.hpp>
 
 namespace nuriccl_tool {

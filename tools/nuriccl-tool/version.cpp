@@ -1,7 +1,7 @@
 #include "commands.hpp"
 
 #include <algorithm>
-#include <minibackup/names.hpp>
+#include <minibackup/system/names.hpp>
 #include <nuriccl/string.hpp>
 #include <nuriccl/Version.hpp>
 #include <utility>

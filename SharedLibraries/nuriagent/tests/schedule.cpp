@@ -621,11 +621,10 @@ TEST(ScheduleName, IsNoOtherWordOfThreeLetters) {
     const std::string letters = "abcdefghijklmnopqrstuvwxyz";
     for (const Place place : {MONTHS, WEEKDAYS}) {
         const std::vector<std::string>& names = names_of(place);
-        std::size_t accepted = 0;
         for (const std::string& word : texts::over(letters, 3)) {
-            accepted += rejects(place, word) ? 0 : 1;
+            const bool is_name = std::find(names.begin(), names.end(), word) != names.end();
+            EXPECT_EQ(rejects(place, word), !is_name) << word;
         }
-        EXPECT_EQ(accepted, names.size()); // the names are accepted, as other cases tell
     }
 }
 

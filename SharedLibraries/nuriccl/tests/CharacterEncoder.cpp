@@ -22,6 +22,7 @@
 #include "support/allocation.hpp"
 #include "support/encoder_model.hpp"
 #include "support/guarded.hpp"
+#include "support/sanitized.hpp"
 #include "support/texts.hpp"
 
 #include <nuriccl/CharacterEncoder.hpp>
@@ -1227,13 +1228,6 @@ private:
     char* start_ = nullptr;
     char* text_ = nullptr;
 };
-
-// Counting so many takes a sanitizer too long.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool SANITIZED = true;
-#else
-constexpr bool SANITIZED = false;
-#endif
 
 // A text whose encoded form is three times as long is refused, with the largest size there is.
 void expect_too_long(std::size_t length) {

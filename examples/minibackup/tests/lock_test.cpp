@@ -5,7 +5,7 @@
 #include "../../../SharedLibraries/nuriccl/tests/support/process.hpp"
 #include "../../../SharedLibraries/nuriccl/tests/support/semaphores.hpp"
 #include "../lock.hpp"
-#include "../os.hpp"
+#include "../system/os.hpp"
 #include "support.hpp"
 
 namespace minibackup_test {

@@ -5,7 +5,7 @@
 /// Zones are told by their rules, so that the tests need no time zone database but where they say
 /// so.
 
-#include "../due.hpp"
+#include "../system/due.hpp"
 #include "support.hpp"
 
 #include <ctime>

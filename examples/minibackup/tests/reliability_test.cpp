@@ -8,7 +8,7 @@
 ///     MINIBACKUP_LONG=1 minibackup_test --gtest_filter='Reliab*:FlippedBit.*:*.SaveThatIsKilled*'
 
 #include "../commands.hpp"
-#include "../os.hpp"
+#include "../system/os.hpp"
 #include "support.hpp"
 
 #include <array>

@@ -26,6 +26,7 @@
 #include <cstddef>
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -55,6 +56,17 @@ inline const char* name_of(unsigned end) {
                                 : "success";
 }
 
+// A call and what it works on, which is made anew for each failure. (What the table's rows have in
+// common is compiled once, and not for each of some hundred types.)
+class Trial {
+public:
+    virtual ~Trial() = default;
+    virtual void make() = 0;
+    virtual void unmake() = 0;
+    virtual bool call() = 0;
+    virtual bool holds() = 0;
+};
+
 template <class Prototype>
 auto make(const Prototype& prototype) {
     if constexpr (std::is_invocable_v<const Prototype&>) {
@@ -64,10 +76,43 @@ auto make(const Prototype& prototype) {
     }
 }
 
-template <class Call, class State>
-Ends end_of(Call& call, State& state) {
+template <class Prototype, class Call, class Holds>
+class TrialOf final : public Trial {
+public:
+    TrialOf(Prototype&& prototype, Call&& call, Holds&& holds)
+        : prototype_(std::move(prototype)), call_(std::move(call)), holds_(std::move(holds)) {}
+
+    void make() override { new (room_) State(detail::make(prototype_)); }
+    void unmake() override { state().~State(); }
+    bool call() override { return call_(state()); }
+    bool holds() override { return holds_(state()); }
+
+private:
+    using State = decltype(detail::make(std::declval<const Prototype&>()));
+
+    State& state() { return *std::launder(reinterpret_cast<State*>(room_)); }
+
+    Prototype prototype_;
+    Call call_;
+    Holds holds_;
+    alignas(State) unsigned char room_[sizeof(State)]; // of the state between make and unmake
+};
+
+// Has what a trial works on for as long as it lives.
+class Made {
+public:
+    explicit Made(Trial& trial) : trial_(trial) { trial_.make(); }
+    ~Made() { trial_.unmake(); }
+    Made(const Made&) = delete;
+    Made& operator=(const Made&) = delete;
+
+private:
+    Trial& trial_;
+};
+
+inline Ends end_of(Trial& trial) {
     try {
-        return call(state) ? SUCCEEDS : REPORTS;
+        return trial.call() ? SUCCEEDS : REPORTS;
     } catch (const std::bad_alloc&) {
         return BAD_ALLOC;
     } catch (const std::exception&) {
@@ -77,26 +122,69 @@ Ends end_of(Call& call, State& state) {
 
 // A number of the allocation that fails, and what is left behind after each failure.
 // @return whether there was an allocation of that number
-template <class Prototype, class Call, class Holds>
-bool fail_at(std::size_t index, bool and_later, unsigned ends, const Prototype& prototype,
-             Call& call, Holds& holds) {
+inline bool fail_at(std::size_t index, bool and_later, unsigned ends, Trial& trial) {
     const allocation::Watch watch;
     bool met = false;
     {
-        auto state = make(prototype);
+        const Made made(trial);
         allocation::Failure failure(index, and_later);
-        const Ends end = end_of(call, state);
+        const Ends end = end_of(trial);
         met = failure.stop();
         const unsigned promised = met ? ends : SUCCEEDS;
         EXPECT_NE(promised & end, 0u) << "The call ends by " << name_of(end) << ".";
         if (end != SUCCEEDS) {
-            EXPECT_TRUE(holds(state)) << "What it worked on is not as promised.";
-            EXPECT_EQ(end_of(call, state), SUCCEEDS) << "with memory again";
+            EXPECT_TRUE(trial.holds()) << "What it worked on is not as promised.";
+            EXPECT_EQ(end_of(trial), SUCCEEDS) << "with memory again";
         }
     }
     EXPECT_EQ(watch.live(), 0) << "Memory is lost.";
     EXPECT_EQ(watch.mismatches(), 0u);
     return met;
+}
+
+inline void hold_ends(unsigned ends, Trial& trial) {
+    { // what is built once for all later calls is not counted
+        const Made made(trial);
+        ASSERT_EQ(end_of(trial), SUCCEEDS) << "with memory";
+    }
+    for (const bool and_later : {false, true}) {
+        std::size_t index = 0;
+        bool met = true;
+        for (; met; ++index) {
+            SCOPED_TRACE("allocation " + std::to_string(index) +
+                         (and_later ? " and all later ones" : "") + " failing");
+            ASSERT_LT(index, TOO_MANY);
+            met = fail_at(index, and_later, ends, trial);
+        }
+        EXPECT_GT(index, 1u) << "It allocates nothing.";
+    }
+}
+
+inline void hold_none(Trial& trial) {
+    const allocation::Watch watch;
+    {
+        const Made made(trial);
+        const std::size_t before = watch.requests();
+        const Ends end = end_of(trial);
+        EXPECT_EQ(watch.requests(), before) << "It allocates.";
+        EXPECT_EQ(end, SUCCEEDS);
+    }
+    EXPECT_EQ(watch.live(), 0) << "Memory is lost.";
+    EXPECT_EQ(watch.mismatches(), 0u);
+}
+
+inline Case case_of(unsigned ends, std::unique_ptr<Trial> trial) {
+    return [ends, shared = std::shared_ptr<Trial>(std::move(trial))] { hold_ends(ends, *shared); };
+}
+
+inline Case case_of_none(std::unique_ptr<Trial> trial) {
+    return [shared = std::shared_ptr<Trial>(std::move(trial))] { hold_none(*shared); };
+}
+
+template <class Prototype, class Call, class Holds>
+std::unique_ptr<Trial> trial_of(Prototype&& prototype, Call&& call, Holds&& holds) {
+    return std::unique_ptr<Trial>(new TrialOf<Prototype, Call, Holds>(
+        std::move(prototype), std::move(call), std::move(holds)));
 }
 
 } // namespace detail
@@ -106,23 +194,8 @@ bool fail_at(std::size_t index, bool and_later, unsigned ends, const Prototype& 
 /// @param holds  tells of what a failed call leaves behind whether it is as promised
 template <class Prototype, class Call, class Holds>
 Case ends_by(unsigned ends, Prototype prototype, Call call, Holds holds) {
-    return [=]() mutable {
-        { // what is built once for all later calls is not counted
-            auto state = detail::make(prototype);
-            ASSERT_EQ(detail::end_of(call, state), SUCCEEDS) << "with memory";
-        }
-        for (const bool and_later : {false, true}) {
-            std::size_t index = 0;
-            bool met = true;
-            for (; met; ++index) {
-                SCOPED_TRACE("allocation " + std::to_string(index) +
-                             (and_later ? " and all later ones" : "") + " failing");
-                ASSERT_LT(index, detail::TOO_MANY);
-                met = detail::fail_at(index, and_later, ends, prototype, call, holds);
-            }
-            EXPECT_GT(index, 1u) << "It allocates nothing.";
-        }
-    };
+    return detail::case_of(
+        ends, detail::trial_of(std::move(prototype), std::move(call), std::move(holds)));
 }
 
 /// A call that throws std::bad_alloc.
@@ -161,18 +234,8 @@ inline Case with_spared_malloc(const Case& holds) {
 /// A call that does not allocate, and gives nothing back but what its argument holds.
 template <class Prototype, class Call>
 Case none(Prototype prototype, Call call) {
-    return [=]() mutable {
-        const allocation::Watch watch;
-        {
-            auto state = detail::make(prototype);
-            const std::size_t before = watch.requests();
-            const Ends end = detail::end_of(call, state);
-            EXPECT_EQ(watch.requests(), before) << "It allocates.";
-            EXPECT_EQ(end, SUCCEEDS);
-        }
-        EXPECT_EQ(watch.live(), 0) << "Memory is lost.";
-        EXPECT_EQ(watch.mismatches(), 0u);
-    };
+    return detail::case_of_none(
+        detail::trial_of(std::move(prototype), std::move(call), [](auto&) { return true; }));
 }
 
 /// The same for a call that changes nothing.

@@ -5,6 +5,8 @@
 ///
 /// A 32-bit process on a 64-bit kernel has room for one of them at a time.
 
+#include "support/sanitized.hpp"
+
 #include <cstddef>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -17,11 +19,7 @@ namespace huge {
 
 /// Why there can be none; null when there can.
 inline const char* impossible() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return "A sanitizer leaves no room for more than 2 GiB.";
-#else
-    return nullptr;
-#endif
+    return SANITIZED ? "A sanitizer leaves no room for more than 2 GiB." : nullptr;
 }
 
 /// `size` times the same byte and, right behind them, a NUL; read only.

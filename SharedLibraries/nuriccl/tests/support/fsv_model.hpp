@@ -77,7 +77,7 @@ inline Count count(const std::string& field, const Writing& writing) {
             continue;
         }
         if (!separator.empty() && !count.required &&
-            field.substr(i, separator.size()) == separator) {
+            field.compare(i, separator.size(), separator) == 0) {
             count.required = true;
             continue;
         }
@@ -241,7 +241,7 @@ inline Read read(std::size_t start, const std::string& text, const Reading& read
                 outside = true;
             }
             if (outside && !separator.empty() &&
-                text.substr(position, separator.size()) == separator) {
+                text.compare(position, separator.size(), separator) == 0) {
                 position += separator.size();
                 break;
             }
