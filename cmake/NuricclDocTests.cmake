@@ -128,5 +128,5 @@ if(PROJECT_IS_TOP_LEVEL AND NOT NURICCL_SANITIZE)
         COMMAND ${NURICCL_BASH} ${PROJECT_SOURCE_DIR}/tests/docs/readme.sh
             ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/docs/readme
             ${nuriccl_readme_preset})
-    set_tests_properties(docs.readme PROPERTIES TIMEOUT 900)
+    set_tests_properties(docs.readme PROPERTIES TIMEOUT 900 COST 100)
 endif()

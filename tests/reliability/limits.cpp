@@ -13,6 +13,7 @@
 
 #include "support/files.hpp"
 #include "support/huge.hpp"
+#include "support/sanitized.hpp"
 
 #include <algorithm>
 #include <array>
@@ -631,12 +632,8 @@ TEST(LongNames, Utf16) {
 }
 
 TEST(LongNames, BadCharacters) {
-#ifdef __SANITIZE_THREAD__
-    // It looks at all that is left of a text each time that iconv is called.
-    constexpr unsigned int LENGTH = LONGEST / 16;
-#else
-    constexpr unsigned int LENGTH = LONGEST;
-#endif
+    // The thread sanitizer looks at all that is left of a text each time that iconv is called.
+    constexpr unsigned int LENGTH = SANITIZED ? LONGEST / 16 : LONGEST;
     std::wstring out_w;
     const std::string bad(LENGTH, '\xff');
     EXPECT_FALSE(Encoding::toWideChar(bad.data(), LENGTH, out_w, Encoding::CP_UTF8, true));

@@ -1336,10 +1336,10 @@ TEST(SchedulePrint, HasAMinusWithoutAnyBitOfTheField) {
 TEST(SchedulePrint, ReadsBackForHours) {
     const Mask all = bits_between(0, 23);
     const Mask beyond = EVERY & ~all;
-    for (const Mask mask : sets_of(4, 0, 23)) {
+    for (const Mask mask : texts::affordable(sets_of(4, 0, 23))) {
         ASSERT_TRUE(prints(HOURS, mask));
     }
-    for (const Mask mask : sets_of(3, 0, 23)) {
+    for (const Mask mask : texts::affordable(sets_of(3, 0, 23))) {
         ASSERT_TRUE(prints(HOURS, mask | beyond));
         ASSERT_TRUE(prints(HOURS, all & ~mask));
         ASSERT_TRUE(prints(HOURS, EVERY & ~mask));
@@ -1347,7 +1347,7 @@ TEST(SchedulePrint, ReadsBackForHours) {
 }
 
 TEST(SchedulePrint, ReadsBackForDays) {
-    for (const Mask mask : sets_of(3, 0, 31)) {
+    for (const Mask mask : texts::affordable(sets_of(3, 0, 31))) {
         ASSERT_TRUE(prints(DAYS, mask));
         ASSERT_TRUE(prints(DAYS, EVERY & ~mask));
     }
@@ -1374,7 +1374,7 @@ TEST(SchedulePrint, ReadsBackForWeekdays) {
 
 TEST(SchedulePrint, ReadsBackForMinutes) {
     const Mask all = bits_between(0, 59);
-    for (const Mask mask : sets_of(2, 0, 63)) {
+    for (const Mask mask : texts::affordable(sets_of(2, 0, 63))) {
         ASSERT_TRUE(prints(MINUTES, mask));
         ASSERT_TRUE(prints(MINUTES, all & ~mask));
         ASSERT_TRUE(prints(MINUTES, ~mask));

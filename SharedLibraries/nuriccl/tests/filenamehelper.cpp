@@ -32,6 +32,7 @@
 #include "support/locale.hpp"
 #include "support/lstat.hpp"
 #include "support/path_model.hpp"
+#include "support/sanitized.hpp"
 #include "support/texts.hpp"
 
 #include <nuriccl/filenamehelper.hpp>
@@ -1620,7 +1621,7 @@ TEST(ConversionSteps, HaveNoDataAndServeGenericCode) {
 
 namespace {
 
-constexpr std::size_t LONGEST = 262144;
+constexpr std::size_t LONGEST = SANITIZED ? 262144 / 4 : 262144;
 
 // Patterns that are repeated up to the longest name.
 const std::string_view SHAPES[] = {"/",  "a",   ".",   "\\",    "*",     ":",  "/a",  "a//",

@@ -678,7 +678,7 @@ TEST(QuoteStringModel, AgreesOnLongSeparators) {
 
 // Each byte as a character of the field and in each role, alone and with others around it.
 TEST(QuoteStringModel, AgreesOnEveryByte) {
-    for (const char c : texts::all_bytes()) {
+    for (const char c : texts::affordable(texts::all_bytes())) {
         const std::string one(1, c);
         const std::vector<Writing> settings = writings(with_nuls("\"\0") + c, {",", one, "x" + one},
                                                        {"", one}, with_nuls("\\\0") + c, {"", one});
@@ -1133,9 +1133,10 @@ Fields long_fields() {
 
 // Only some settings allow to pass over characters in bulk.
 TEST(QuoteStringModel, AgreesOnLongFieldsWithEverySetting) {
-    expect_writing_like_model(long_fields(),
-                              writings(with_nuls("\0\""), {"null", ",", ",;"}, {"null", ";", ":"},
-                                       with_nuls("\0\\"), {"null", "x"}));
+    expect_writing_like_model(
+        long_fields(),
+        texts::affordable(writings(with_nuls("\0\""), {"null", ",", ",;"}, {"null", ";", ":"},
+                                   with_nuls("\0\\"), {"null", "x"})));
 }
 
 TEST(DequoteStringModel, AgreesOnLongTextsWithEverySetting) {

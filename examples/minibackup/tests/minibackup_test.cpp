@@ -190,10 +190,10 @@ TEST_F(MinibackupTest, LargeSparseFileIsSavedAndRestoredSparseInLittleMemory) {
     ASSERT_EQ(0, ftruncate(file, SIZE));
     close(file);
     const auto little_memory = [] {
-#ifndef MINIBACKUP_SANITIZED // which takes an address space of its own
-        const rlimit limit = {256 << 20, 256 << 20};
-        setrlimit(RLIMIT_AS, &limit);
-#endif
+        if (!SANITIZED) { // which takes an address space of its own
+            const rlimit limit = {256 << 20, 256 << 20};
+            setrlimit(RLIMIT_AS, &limit);
+        }
     };
     const auto little_memory_and_time = [&] { // too little to read all the zeros
         const rlimit limit = {1, 1};
@@ -788,7 +788,7 @@ TEST_F(Damage, AlteredManifestsAreNamedAndNotRestored) {
                                         intact + "x",
                                         intact + "\n",
                                         intact + intact};
-    for (std::size_t i = 0; i < intact.size(); i += 17) {
+    for (std::size_t i = 0; i < intact.size(); i += SANITIZED ? 3 * 17 : 17) {
         altered.push_back(intact);
         altered.back()[i] = static_cast<char>(intact[i] ^ 1);
     }
@@ -1208,7 +1208,8 @@ TEST_F(MinibackupTest, FileSizeLimitIsNamedAndLosesNothing) {
 }
 
 TEST_F(MinibackupTest, SaveThatIsKilledAtAnyMomentLeavesAnIntactStore) {
-    const std::uint32_t rounds = std::getenv("MINIBACKUP_LONG") != nullptr ? 200 : 25;
+    const std::uint32_t short_form = SANITIZED ? 10 : 25;
+    const std::uint32_t rounds = std::getenv("MINIBACKUP_LONG") != nullptr ? 200 : short_form;
     const unsigned int seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);

@@ -31,11 +31,7 @@ namespace {
 
 // Every how many-th case is tried. A program takes ten times as long to start with the sanitizers.
 int stride() {
-#ifdef MINIBACKUP_SANITIZED
-    constexpr int SHORT_FORM = 20;
-#else
-    constexpr int SHORT_FORM = 4;
-#endif
+    constexpr int SHORT_FORM = SANITIZED ? 20 : 4;
     return std::getenv("MINIBACKUP_LONG") != nullptr ? 1 : SHORT_FORM;
 }
 

@@ -4,6 +4,8 @@
 /// What the tests of minibackup need: a directory of their own, the program run in it, and pictures
 /// of trees to compare.
 
+#include "../../../SharedLibraries/nuriccl/tests/support/sanitized.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>

@@ -23,7 +23,4 @@ target_sources(minibackup_test PRIVATE
 target_compile_definitions(minibackup_test PRIVATE
     MINIBACKUP_PROGRAM="$<TARGET_FILE:minibackup>"
     MINIBACKUP_FAULTS="$<TARGET_FILE:minibackup_faults>")
-if(NURICCL_SANITIZE)
-    target_compile_definitions(minibackup_test PRIVATE MINIBACKUP_SANITIZED)
-endif()
 add_dependencies(minibackup_test minibackup minibackup_faults)
