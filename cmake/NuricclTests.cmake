@@ -24,6 +24,9 @@ if(NURICCL_SANITIZE MATCHES address,undefined)
     list(APPEND nuriccl_test_options
         -fno-sanitize=undefined -fno-sanitize-address-use-after-scope)
 endif()
+if(NURICCL_SANITIZE)
+    list(APPEND nuriccl_test_options -w) # the other presets warn of the same
+endif()
 target_compile_options(gtest PRIVATE ${nuriccl_test_options})
 target_compile_options(gtest_main PRIVATE ${nuriccl_test_options})
 

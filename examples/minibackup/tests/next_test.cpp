@@ -461,7 +461,7 @@ Values random_values(std::mt19937& random, int low, int high, bool last_day) {
 } // namespace
 
 TEST(Due, AgreesWithAModelThatLooksEveryMinute) {
-    constexpr int SCHEDULES = SANITIZED ? 10 : 40;
+    constexpr int SCHEDULES = SANITIZED ? 10 : 25;
     const unsigned int seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
