@@ -26,6 +26,12 @@ if(NURICCL_SANITIZE MATCHES address,undefined)
 endif()
 if(NURICCL_SANITIZE)
     list(APPEND nuriccl_test_options -w) # the other presets warn of the same
+    add_compile_definitions(NURICCL_SANITIZED) # for what is left out then
+endif()
+# Of a program with one thread, it is enough to watch the library: half of the time again.
+set(nuriccl_test_options_for_threads ${nuriccl_test_options})
+if(NURICCL_SANITIZE STREQUAL "thread")
+    list(APPEND nuriccl_test_options -fno-sanitize=thread)
 endif()
 target_compile_options(gtest PRIVATE ${nuriccl_test_options})
 target_compile_options(gtest_main PRIVATE ${nuriccl_test_options})
@@ -43,6 +49,15 @@ target_precompile_headers(nuriccl_test_headers PRIVATE
 # For test programs of code that is compiled elsewhere. What lies in headers is tested as a program
 # would have it.
 function(nuriccl_compile_test_quickly target)
+    if(NURICCL_SANITIZE STREQUAL "thread")
+        get_target_property(sources ${target} SOURCES)
+        list(GET sources 0 source)
+        file(STRINGS ${source} threads REGEX "std::thread" LIMIT_COUNT 1)
+        if(threads)
+            target_compile_options(${target} PRIVATE ${nuriccl_test_options_for_threads})
+            return()
+        endif()
+    endif()
     target_compile_options(${target} PRIVATE ${nuriccl_test_options})
     target_precompile_headers(${target} REUSE_FROM nuriccl_test_headers)
 endfunction()

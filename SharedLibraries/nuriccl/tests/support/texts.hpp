@@ -19,7 +19,7 @@ std::vector<Text> joined(const Parts& parts, std::size_t longest) {
     std::size_t first = 0;
     std::size_t made = 0;
     for (std::size_t length = 0; length < longest; ++length) {
-        const std::size_t stride = SANITIZED && length + 1 == longest && longest > 2 ? 7 : 1;
+        const std::size_t stride = length + 1 == longest && longest > 2 ? AFFORDABLE_STRIDE : 1;
         for (const std::size_t last = texts.size(); first < last; ++first) {
             for (const auto& part : parts) {
                 if (made++ % stride == 0) {
@@ -41,7 +41,7 @@ std::vector<String> over(const String& alphabet, std::size_t longest) {
 template <class Many>
 Many affordable(const Many& all) {
     Many some;
-    for (std::size_t i = 0; i < all.size(); i += SANITIZED ? 7 : 1) {
+    for (std::size_t i = 0; i < all.size(); i += AFFORDABLE_STRIDE) {
         some.push_back(all[i]);
     }
     return some;
