@@ -134,7 +134,8 @@ TEST_P(SameButCaseTest, KnowsEveryPairOfBytesAtEveryPlace) {
     std::string a(LENGTH, 'm');
     std::string b(LENGTH, 'M');
     for (std::size_t place = 0; place < LENGTH; ++place) {
-        for (int i = static_cast<int>(place) % AFFORDABLE_STRIDE; i < 0x10000; i += AFFORDABLE_STRIDE) {
+        for (int i = static_cast<int>(place) % AFFORDABLE_STRIDE; i < 0x10000;
+             i += AFFORDABLE_STRIDE) {
             a[place] = static_cast<char>(i & 0xff);
             b[place] = static_cast<char>(i >> 8);
             const std::size_t expected = upper(a[place]) == upper(b[place]) ? LENGTH : place;
