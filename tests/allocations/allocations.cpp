@@ -83,7 +83,7 @@ TEST(Allocations, None) {
               0u);
     EXPECT_EQ(count([] { to_isotime(TIME); }), 0u);
     EXPECT_EQ(count([] { FilenameHelper::hasWildCard(PATH); }), 0u);
-    EXPECT_EQ(count([] { Encoding::CodePage(Encoding::CP_WIN1252); }), 0u);
+    EXPECT_EQ(count([] { const Encoding::CodePage page(Encoding::CP_WIN1252); }), 0u);
     const Buffer buffer(100);
     EXPECT_EQ(count([&] { const Buffer copy(buffer); }), 0u);
     EXPECT_EQ(count([&] { const Buffer part = buffer.segment(10, 20); }), 0u);

@@ -64,9 +64,10 @@ constexpr const char* CHANGE = "change";
 // Whether the call is the one that is to fail.
 bool fails(const std::string& kind) {
     static const std::string order = setting("FAULTS_CALL");
-    static const std::size_t colon = order.find(':');
+    static const std::size_t colon = std::min(order.find(':'), order.size());
+    static const std::size_t number = std::min(colon + 1, order.size());
     static char* rest = nullptr;
-    static long calls_left = std::strtol(order.c_str() + colon + 1, &rest, 10);
+    static long calls_left = std::strtol(order.c_str() + number, &rest, 10);
     const std::string wanted = order.substr(0, colon);
     if (order.empty() || (wanted != kind && wanted != "any") || --calls_left != 0) {
         return false;
