@@ -259,6 +259,7 @@ public:
     void reap() {
         for (std::size_t i = 0; i < SEATS; ++i) {
             if (lives(i) && children_[i]->line().has_news()) {
+                signal(i, SIGCONT); // it may have been stopped on its last steps
                 const int status = children_[i]->end().value_or(process::Child::THREW);
                 EXPECT_TRUE(status == 0 || (status < 0 && seat(i).is(DOOMED))) << status;
                 children_[i].reset();
@@ -339,6 +340,7 @@ protected:
         random_.seed(seed);
         RecordProperty("seed", std::to_string(seed));
         std::printf("seed %u\n", seed);
+        std::fflush(stdout); // or every child might print it, too
     }
 
     void TearDown() override { sigaction(INTERRUPTION, &earlier_, nullptr); }
