@@ -8,6 +8,7 @@
 // build can do without.
 
 #include "../cpu.hpp"
+#include "support/left_out.hpp"
 #include "support/noise.hpp"
 
 #include <cstddef>
@@ -21,11 +22,6 @@ namespace {
 
 using namespace kernels;
 using noise::Noise;
-
-#ifndef NURICCL_CPU_WITHOUT
-#define NURICCL_CPU_WITHOUT 0U
-#endif
-constexpr unsigned int LEFT_OUT = NURICCL_CPU_WITHOUT;
 
 // No CPU has it.
 constexpr unsigned int NEVER = 1U << 31;
