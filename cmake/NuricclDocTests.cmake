@@ -117,16 +117,11 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT NURICCL_SANITIZE AND NOT NURICCL_COVERAGE
             ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/docs/site)
 endif()
 
-# The README's reader builds without sanitizers.
-if(PROJECT_IS_TOP_LEVEL AND NOT NURICCL_SANITIZE)
-    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-        set(nuriccl_readme_preset i386)
-    else()
-        set(nuriccl_readme_preset x86_64)
-    endif()
+# The README's reader builds for the product's pointer size, without sanitizers. The tests of the
+# consumers take the same steps in both sizes.
+if(PROJECT_IS_TOP_LEVEL AND CMAKE_SIZEOF_VOID_P EQUAL 4 AND NOT NURICCL_SANITIZE)
     add_test(NAME docs.readme
-        COMMAND ${NURICCL_BASH} ${PROJECT_SOURCE_DIR}/tests/docs/readme.sh
-            ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/docs/readme
-            ${nuriccl_readme_preset})
+        COMMAND ${NURICCL_BASH} ${nuriccl_doc_tests}/readme.sh
+            ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/docs/readme)
     set_tests_properties(docs.readme PROPERTIES TIMEOUT 900 COST 100)
 endif()

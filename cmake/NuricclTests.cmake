@@ -23,6 +23,7 @@ if(NURICCL_SANITIZE MATCHES address,undefined)
     # Half of the time. The library is checked in full, and what a test does to its memory, too.
     list(APPEND nuriccl_test_options
         -fno-sanitize=undefined -fno-sanitize-address-use-after-scope)
+    add_compile_definitions(NURICCL_LEAK_SANITIZER) # it comes with address
 endif()
 if(NURICCL_SANITIZE)
     list(APPEND nuriccl_test_options -w) # the other presets warn of the same
@@ -46,6 +47,11 @@ target_precompile_headers(nuriccl_test_headers PRIVATE
     <gtest/gtest.h> <algorithm> <array> <fstream> <functional> <locale> <map> <optional> <random>
     <set> <sstream> <string> <vector>)
 
+# Programs that run their models so often that a little optimisation takes less time than it saves.
+# It does not with a sanitizer.
+set(nuriccl_busy_tests
+    kernels_codepages nuriagent_schedule nuriccl_filenamehelper nuriccl_fsvlist nuriccl_string)
+
 # For test programs of code that is compiled elsewhere. What lies in headers is tested as a program
 # would have it.
 function(nuriccl_compile_test_quickly target)
@@ -60,6 +66,11 @@ function(nuriccl_compile_test_quickly target)
         endif()
     endif()
     target_compile_options(${target} PRIVATE ${nuriccl_test_options})
+    if(target IN_LIST nuriccl_busy_tests AND NOT NURICCL_SANITIZE)
+        # Precompiled headers are for one level of it.
+        target_compile_options(${target} PRIVATE $<$<CONFIG:RelWithDebInfo,Release>:-Og>)
+        return()
+    endif()
     target_precompile_headers(${target} REUSE_FROM nuriccl_test_headers)
 endfunction()
 

@@ -45,7 +45,7 @@ void replace_handler(void (*from)(int), void (*to)(int)) {
         sigaction(signal, nullptr, &action);
         if (action.sa_handler == from) {
             action.sa_handler = to;
-            action.sa_flags = SA_RESETHAND;
+            action.sa_flags = static_cast<int>(SA_RESETHAND);
             sigaction(signal, &action, nullptr);
         }
     }

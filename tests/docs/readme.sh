@@ -1,10 +1,9 @@
 #!/bin/bash
-# Usage: tests/docs/readme.sh DOCUMENT CHECKOUT SCRATCH PRESET
+# Usage: tests/docs/readme.sh DOCUMENT CHECKOUT SCRATCH
 #
 # Does what DOCUMENT, the README, tells its reader, in the new folder SCRATCH, and compares what is
 # printed with what it shows. SCRATCH gets a copy of the checkout CHECKOUT by the name of "nuriccl";
-# the reader's home is a folder that lasts as long as this script. For the preset x86_64 the
-# commands are changed as the document itself says: i386 becomes x86_64, and -m32 becomes -m64.
+# the reader's home is a folder that lasts as long as this script.
 #
 # Each fenced block stands below a comment that says what it is; a block without one is an error.
 #
@@ -19,7 +18,7 @@
 
 set -euo pipefail
 
-document=$1 checkout=$2 scratch=$3 preset=$4
+document=$1 checkout=$2 scratch=$3
 home=
 line_number=0
 blocks=0
@@ -48,15 +47,6 @@ prepare_scratch() {
         *) cp -R -- "$entry" "$scratch/nuriccl/" ;;
         esac
     done
-}
-
-for_preset() {
-    local text=$1
-    if [[ $preset == x86_64 ]]; then
-        text=${text//i386/x86_64}
-        text=${text//-m32/-m64}
-    fi
-    printf '%s' "$text"
 }
 
 take_file() {
@@ -103,14 +93,11 @@ check_scripts() {
 
 # take_block KIND ARGUMENT LANGUAGE TEXT
 take_block() {
-    local text
-    text=$(for_preset "$4" && printf '.')
-    text=${text%.}
     case $1/$3 in
-    file/cpp | file/cmake) take_file "$2" "$text" ;;
-    run/sh) run_commands "$2" "$text" ;;
-    output/text) compare_output "$text" ;;
-    scripts/sh) check_scripts "$text" ;;
+    file/cpp | file/cmake) take_file "$2" "$4" ;;
+    run/sh) run_commands "$2" "$4" ;;
+    output/text) compare_output "$4" ;;
+    scripts/sh) check_scripts "$4" ;;
     sample/text) ;;
     *) stop "a block of the language '$3' cannot be '$1'" ;;
     esac

@@ -35,7 +35,7 @@
 #include <type_traits>
 #include <vector>
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef NURICCL_LEAK_SANITIZER
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -65,7 +65,7 @@ const char OF_2_POW_32_ZEROS[] = "1bf99ee9f374e58e201e4dda4f474e570eb77229";
 
 // Arithmetic
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef NURICCL_LEAK_SANITIZER
 using WantedLeak = __lsan::ScopedDisabler;
 #else
 struct WantedLeak {

@@ -115,7 +115,7 @@ TEST(ScanCount, CountsTheCharactersOfEveryTextWhereverItIs) {
 // 255 matches are the most that a byte counts.
 TEST(ScanCount, CountsMoreThanAByteHolds) {
     for_each_scan([](const auto& scan, const std::string& set) {
-        for (const std::size_t rounds : {254, 255, 256, 257, 509, 510, 511, 2550}) {
+        for (const std::size_t rounds : {254U, 255U, 256U, 257U, 509U, 510U, 511U, 2550U}) {
             for (std::size_t rest = 0; rest < SCAN_WIDTH; ++rest) {
                 const std::size_t length = rounds * SCAN_WIDTH + rest;
                 ASSERT_EQ(scan.count(std::string(length, set[0]).data(), length), length);
