@@ -69,6 +69,7 @@ function(nuriccl_add_document_program name source)
     nuriccl_configure_target(docs_${name})
     target_compile_options(docs_${name} PRIVATE ${nuriccl_test_options} -UNDEBUG)
     target_link_libraries(docs_${name} PRIVATE nuriccl)
+    target_link_options(docs_${name} PRIVATE ${nuriccl_test_link_options})
     set_target_properties(docs_${name} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 endfunction()

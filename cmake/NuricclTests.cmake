@@ -38,8 +38,9 @@ endif()
 # A hundred programs are linked, each in half the time.
 check_linker_flag(CXX -fuse-ld=gold NURICCL_HAS_GOLD)
 if(NURICCL_HAS_GOLD)
-    target_link_options(gtest_main INTERFACE -fuse-ld=gold)
+    set(nuriccl_test_link_options -fuse-ld=gold)
 endif()
+target_link_options(gtest_main INTERFACE ${nuriccl_test_link_options})
 target_compile_options(gtest PRIVATE ${nuriccl_test_options})
 target_compile_options(gtest_main PRIVATE ${nuriccl_test_options})
 
@@ -126,6 +127,9 @@ function(nuriccl_add_family_tests)
             nuriccl_add_test(${library}_${family}
                 SharedLibraries/${library}/tests/${family}.cpp ${library})
         endforeach()
+        if(NURICCL_SANITIZE STREQUAL "thread")
+            list(APPEND families ${header_families}) # which have nothing that threads share
+        endif()
         foreach(family ${families})
             nuriccl_compile_test_quickly(${library}_${family})
         endforeach()
