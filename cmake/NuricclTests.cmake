@@ -24,7 +24,6 @@ if(NURICCL_SANITIZE MATCHES address,undefined)
     # Half of the time. The library is checked in full, and what a test does to its memory, too.
     list(APPEND nuriccl_test_options
         -fno-sanitize=undefined -fno-sanitize-address-use-after-scope)
-    add_compile_definitions(NURICCL_LEAK_SANITIZER) # it comes with address
 endif()
 if(NURICCL_SANITIZE)
     list(APPEND nuriccl_test_options -w) # the other presets warn of the same
