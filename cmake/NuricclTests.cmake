@@ -97,13 +97,9 @@ function(nuriccl_add_test name source)
 endfunction()
 
 # With a sanitizer or counters most cases take less time than a process needs to start and end. So
-# the cases of a program are dealt out to a few processes, NURICCL_TEST_HANDS unless 4; GoogleTest
-# names the one that fails.
+# the cases of a program are dealt out to four processes; GoogleTest names the one that fails.
 function(nuriccl_add_dealt_tests name)
     set(hands 4)
-    if(NURICCL_TEST_HANDS)
-        set(hands ${NURICCL_TEST_HANDS})
-    endif()
     foreach(hand RANGE 1 ${hands})
         math(EXPR index "${hand} - 1")
         add_test(NAME ${name}.${hand}_of_${hands} COMMAND ${name})

@@ -141,13 +141,14 @@ install_packages() {
 
 # configure FOLDER PRESET [CMAKE ARGUMENT...]
 #
-# A folder that was made in another place, or never finished being made, would be refused by CMake
-# or keep wrong answers: it holds nothing but generated files and is made anew.
+# A folder that was made in another place, for another compiler than the one that is asked for, or
+# never finished being made, would be refused by CMake or keep wrong answers: it holds nothing but
+# generated files and is made anew.
 configure() {
     local folder=$1 preset=$2
     shift 2
     if [[ -e $folder ]] && ! build_folder_is_sound "$folder"; then
-        say "Starting $folder anew: it was made in another place or left half-made."
+        say "Starting $folder anew: made elsewhere, for another compiler, or left half-made."
         rm -rf -- "$folder"
     fi
     (cd -- "$root" && quietly cmake --preset "$preset" -B "$folder" "$@")
@@ -155,7 +156,10 @@ configure() {
 
 build_folder_is_sound() {
     [[ -e $1/build.ninja && $(cached CMAKE_CACHEFILE_DIR "$1") -ef $1 &&
-        $(cached CMAKE_HOME_DIRECTORY "$1") -ef $root ]]
+        $(cached CMAKE_HOME_DIRECTORY "$1") -ef $root ]] || return
+    # Arguments of the compiler may follow in it.
+    [[ -z ${CXX-} || $(command -v "${CXX%% *}") -ef \
+        $(command -v "$(cached CMAKE_CXX_COMPILER "$1")") ]]
 }
 
 cached() { sed -n "s/^$1:[A-Z]*=//p" "$2/CMakeCache.txt" 2>/dev/null; }

@@ -8,11 +8,8 @@ set_target_properties(minibackup_faults PROPERTIES
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 target_link_libraries(minibackup_faults PRIVATE ${CMAKE_DL_LIBS})
 
-# Processes start others the more slowly the more memory they have had.
-set(NURICCL_TEST_HANDS 12)
 nuriccl_add_test(minibackup_test ${minibackup_tests}/minibackup_test.cpp
     minibackup_parts minibackup_system)
-unset(NURICCL_TEST_HANDS)
 nuriccl_compile_test_quickly(minibackup_test)
 target_sources(minibackup_test PRIVATE
     ${minibackup_tests}/lock_test.cpp
